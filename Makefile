@@ -1,0 +1,43 @@
+# Convenience wrappers around CMake. README.md tells what each target does.
+BUILD      ?= build
+TEST_BUILD ?= build-test
+BENCH_BUILD ?= build-bench
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 60
+JOBS       ?= $(shell nproc)
+
+.PHONY: all build run test bench fuzz clean
+
+all: build
+
+build:
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(BUILD) -j$(JOBS)
+
+run: build
+	@echo "The editor's start-up and main menu are not built yet; only the console library and its tests exist."
+	@exit 1
+
+test:
+	tools/install-deps test
+	cmake -S . -B $(TEST_BUILD) -DCMAKE_BUILD_TYPE=Debug -DCORVANE_TESTS=ON -DCORVANE_SANITIZE=ON -DCORVANE_WERROR=ON
+	cmake --build $(TEST_BUILD) -j$(JOBS)
+	cd $(TEST_BUILD) && ctest --output-on-failure -j$(JOBS)
+
+bench:
+	tools/install-deps bench
+	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DCORVANE_BENCH=ON
+	cmake --build $(BENCH_BUILD) -j$(JOBS)
+	cd $(BENCH_BUILD) && for b in bench/bench_*; do [ -x "$$b" ] && "$$b" || exit 1; done
+
+fuzz:
+	tools/install-deps fuzz
+	CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_FUZZ=ON
+	cmake --build $(FUZZ_BUILD) -j$(JOBS)
+	cd $(FUZZ_BUILD) && for f in fuzz/fuzz_*; do \
+	  [ -x "$$f" ] || continue; name=$$(basename $$f); mkdir -p corpus/$$name; \
+	  "$$f" -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 corpus/$$name ../fuzz/seeds/$$name || exit 1; \
+	done
+
+clean:
+	rm -rf $(BUILD) $(TEST_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)

@@ -1,0 +1,39 @@
+// The numbered user-interface texts, loaded from lang_NN.ini in the program
+// directory.
+//
+// A language file serves several programs of one family: its first line is
+// the language's name, an optional "Version:" line follows, then one section
+// per program with String000="..." to String1099="..." in strict order.
+#pragma once
+
+constexpr int kTextCount = 1100;
+constexpr int kTextSize = 101;  // 100 characters and the terminator
+
+// One buffer per text number; "Text 042" until a file supplies text 42.
+extern char *LangText[kTextCount];
+// The "Version:" line of the last loaded file, empty when it has none.
+extern char LangFileVersion[21];
+// Filled only for the program kinds that show status lines (1 and 4).
+extern char LM[50][100];
+extern char sys_mess[20][30];
+
+// The programs of the family, each reading its own section of a language
+// file; this editor is kCorvane. kTarnwick and kHalverton also fill LM and
+// sys_mess, and kHalverton's files are named lang1_NN.ini.
+enum LanguageKind { kTarnwick = 1, kBrisken = 2, kCorvane = 3, kHalverton = 4, kPellmoor = 5 };
+
+// Allocates every text buffer and presets it with "Text %03d". 0, or 1 when
+// memory runs out (nothing stays allocated then).
+int AllocText();
+// Loads the texts of program `kind` from language file `language`. 0 on
+// success, 1 when the file cannot be opened, 2 when it has no such section.
+// Texts after a gap or misnumbered line keep what they held before.
+int LoadText(int kind, int language);
+void FreeText();
+
+// The first-start language choice: lists the language files present, asks
+// for one, stores its number in *master_language and loads the texts of the
+// language in *working_language, which is read only after the store (the
+// master and working records are the configuration's INI and INI1). Ends the
+// program with status 5 when those texts cannot be loaded.
+int choice_language(unsigned char *master_language, const unsigned char *working_language);

@@ -1,0 +1,153 @@
+#include "console/terminal.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <sys/select.h>
+
+#include "console/globals.h"
+
+FILE *ConsoleOut = nullptr;
+
+FILE *console_stream() { return ConsoleOut ? ConsoleOut : stdout; }
+
+void con_printf(const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    vfprintf(console_stream(), format, args);
+    va_end(args);
+}
+
+void con_putc(int c) { fputc(c, console_stream()); }
+
+void con_puts(const char *text) { fputs(text, console_stream()); }
+
+const unsigned char seq_escape[SEQ_COUNT][kSeqEntrySize] = {
+    {4, 27, '[', '2', 'J'},
+    {6, 27, '[', '?', '2', '5', 'l'},
+    {6, 27, '[', '?', '2', '5', 'h'},
+    {5, 27, '[', '4', '0', 'm'},
+    {7, 27, '[', '1', ';', '3', '7', 'm'},
+    {10, 27, '[', '0', ';', '3', '7', ';', '4', '0', 'm'},
+    {7, 27, '[', '1', ';', '3', '6', 'm'},
+    {7, 27, '[', '1', ';', '3', '2', 'm'},
+    {7, 27, '[', '1', ';', '3', '1', 'm'},
+    {10, 27, '[', '0', ';', '3', '1', ';', '4', '0', 'm'},
+};
+
+void print_escapeseq(unsigned index) {
+    if (index >= SEQ_COUNT) return;
+    const unsigned char *entry = seq_escape[index];
+    for (unsigned i = 1; i <= entry[0]; ++i) con_putc(entry[i]);
+}
+
+void cursor_gotopos(unsigned row, unsigned column, unsigned row_offset) {
+    // The sequence has room for two digits only; clamping keeps it well-formed
+    // when a long list pushes the marker past line 99.
+    unsigned line = row + row_offset;
+    if (line > 99) line = 99;
+    if (column > 99) column = 99;
+    con_printf("%c%c%c%c%c%c%c%c", 27, '[', '0' + line / 10, '0' + line % 10, ';', '0' + column / 10,
+               '0' + column % 10, 'H');
+}
+
+void print_line(int style) {
+    if (style != 4) con_puts("\n\r");
+    char line[kScreenWidth + 1];
+    switch (style) {
+    case 0: std::memset(line, '-', kScreenWidth); break;
+    case 1:
+    case 4: std::memset(line, '*', kScreenWidth); break;
+    case 2: std::memset(line, '#', kScreenWidth); break;
+    case 3:
+        std::memset(line, ' ', kScreenWidth);
+        std::memset(line, '*', 4);
+        std::memset(line + kScreenWidth - 4, '*', 4);
+        break;
+    default: return;
+    }
+    line[kScreenWidth] = '\0';
+    con_puts(line);
+}
+
+void print_center(const char *text) {
+    // Four stars each side leave 62 columns; a longer text gets no padding
+    // rather than a wrapped-around blank count.
+    const int inner = kScreenWidth - 8;
+    int length = static_cast<int>(std::strlen(text));
+    int before = length < inner ? (inner - length) / 2 : 0;
+    int after = inner - before - length;
+    if (after < 0) after = 0;
+    con_printf("\n\r****%*s%s%*s****", before, "", text, after, "");
+}
+
+char *dopln(char *text, std::size_t width, const char *fill) {
+    std::size_t length = std::strlen(text);
+    for (std::size_t i = length; i < width; ++i) std::strcat(text, fill);
+    return text;
+}
+
+char *center(char *text, std::size_t width, const char *fill) {
+    std::size_t length = std::strlen(text);
+    std::size_t fill_length = std::strlen(fill);
+    if (width >= 200 || length >= width || fill_length == 0) return text;
+    char result[200 + 1] = "";
+    std::size_t used = 0;
+    auto append = [&](const char *part, std::size_t count) {
+        if (count > width - used) count = width - used;
+        std::memcpy(result + used, part, count);
+        used += count;
+    };
+    for (std::size_t i = 0; i < (width - length) / 2; ++i) append(fill, fill_length);
+    append(text, length);
+    while (used < width) append(fill, fill_length);
+    result[used] = '\0';
+    std::memcpy(text, result, used + 1);
+    return text;
+}
+
+void beep() { con_putc(7); }
+
+static void select_sleep(unsigned long microseconds) {
+    struct timeval timeout;
+    timeout.tv_sec = static_cast<time_t>(microseconds / 1000000);
+    timeout.tv_usec = static_cast<suseconds_t>(microseconds % 1000000);
+    // Linux leaves the time still to wait in `timeout`, so an interrupted
+    // wait resumes rather than starting over.
+    while (select(0, nullptr, nullptr, nullptr, &timeout) < 0 && errno == EINTR) {
+    }
+}
+
+void (*ConsoleSleep)(unsigned long microseconds) = select_sleep;
+
+void ussleep(unsigned long microseconds) {
+    if (microseconds == 1) microseconds = 20;
+    // A message shown before a pause must be on the screen during it.
+    fflush(console_stream());
+    ConsoleSleep(microseconds);
+}
+
+void sleepp(unsigned long milliseconds) { ussleep(milliseconds * 1000); }
+
+void s_tick() { ussleep(1); }
+
+void printfc(const char *text) {
+    if (bDebug) con_puts(text);
+    if (!bDebugLog) return;
+    char path[kProgramDirSize + 16];
+    std::snprintf(path, sizeof path, "%s%s%s", ProgramDir, "debugs", ".log");
+    FILE *log = std::fopen(path, "a+");
+    if (!log) log = std::fopen(path, "w+");
+    if (!log) return;
+    std::fputs(text, log);
+    std::fclose(log);
+}
+
+int (*ConsoleShell)(const char *command) = std::system;
+
+int run_command(const char *command) {
+    // The command writes to the same terminal; what was drawn must come first.
+    fflush(console_stream());
+    return ConsoleShell(command);
+}
