@@ -1,0 +1,183 @@
+#include "config/ini_reader.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+
+#include "config/fields.h"
+#include "config/record.h"
+#include "console/globals.h"
+#include "schedule/codec.h"
+
+uint8_t actual_section = 255;
+int g_index = 0;
+const char *p_s = "";
+
+// The key set of the last key line; like actual_section it carries over.
+static int current_key_set = 0;
+
+// The kind that (file, section) stores into. Group files have no upper
+// bound: slots past Event_63 address events beyond the group's 64, which
+// the record bound below keeps inside the record.
+static const SectionKind *storing_kind(int file, int section) {
+    if (file == kGroupIni && section >= 2) return section_kind(kGroupIni, 2);
+    return section_kind(file, section);
+}
+
+static uint32_t value_bits() { return static_cast<uint32_t>(std::strtol(p_s, nullptr, 10)); }
+
+void FillVar(int file, int section, int key) {
+    if (file < 0 || file >= kIniFiles) return;
+    const SectionKind *kind = storing_kind(file, section);
+    if (!kind) return;
+    const KeySet &keys = key_set(file, kind->key_set);
+    if (key < 0 || key >= keys.count) return;
+    const Field &field = keys.fields[key];
+
+    size_t at = kind->base + static_cast<size_t>(section - kind->first_slot) * kind->entry_size + field.offset;
+    if (file == kGroupIni) {
+        if (g_index < 0) return;
+        at += offsetof(ConfigRecord, Group) + static_cast<size_t>(g_index) * sizeof(GroupEntry);
+    }
+    if (at + field.width > sizeof(ConfigRecord)) return;
+    unsigned char *where = reinterpret_cast<unsigned char *>(&INI) + at;
+
+    if (field.kind == FieldKind::Text) {
+        // A value as long as the field or longer fills it with no terminator.
+        size_t length = std::strlen(p_s);
+        if (length > field.width) length = field.width;
+        std::memcpy(where, p_s, length);
+        std::memset(where + length, 0, field.width - length);
+        return;
+    }
+
+    uint32_t value = value_bits();
+    if (field.kind == FieldKind::Switch) value &= 0xFF;
+    if (file == kJobsIni && field.offset == offsetof(JobEntry, Shutdown)) {
+        // Korvel shuts down only on even jobs from 6 on, and on job 0.
+        int job = section - kind->first_slot;
+        if (job % 2 == 1 || job == 2 || job == 4) value = 0;
+    }
+    if (file == kJobsStsIni && field.offset == offsetof(JobEntry, Shutdown)) value = 0;
+    if (file == kKorvelIni && kind->base == offsetof(ConfigRecord, WapConfig) &&
+        field.offset == offsetof(WapService, Port) && static_cast<uint16_t>(value) == 0) {
+        value = 9200;
+    }
+    if (field.width == 1) {
+        *where = static_cast<uint8_t>(value);
+    } else {
+        uint16_t narrow = static_cast<uint16_t>(value);
+        std::memcpy(where, &narrow, sizeof narrow);
+    }
+}
+
+// The key set a key line of `file` in `section` is looked up in.
+static void choose_key_set(int file, int section) {
+    // Event sections follow one another, so from Event_16 on the set of the
+    // line before (the event set) is kept.
+    if (file == kGroupIni && section >= 18) return;
+    if (const SectionKind *kind = section_kind(file, section)) current_key_set = kind->key_set;
+}
+
+static void read_header(int file, char *line) {
+    char *end = std::strchr(line, ']');
+    if (!end) return;
+    *end = '\0';
+    const char *name = line + 1;
+    for (int slot = 0; slot < kSectionSlots; ++slot) {
+        const char *known = SectionNames(file, slot);
+        if (known[0] && std::strcmp(known, name) == 0) {
+            actual_section = static_cast<uint8_t>(slot);
+            return;
+        }
+    }
+    // An unknown section changes nothing: its keys go to the section before.
+}
+
+static void read_key_line(int file, char *line) {
+    if (actual_section == 255) return;
+    char *equals = std::strchr(line, '=');
+    if (!equals) return;
+    *equals = '\0';
+    const char *key = line;  // exactly as written: "Name " is not "Name"
+
+    // An empty key would match the first unused slot, which has no field:
+    // only the named slots can lead to a store.
+    choose_key_set(file, actual_section);
+    const KeySet &keys = key_set(file, current_key_set);
+    int slot = 0;
+    while (slot < keys.count && std::strcmp(keys.fields[slot].key, key) != 0) ++slot;
+    if (slot == keys.count) return;
+
+    char *value = equals + 1;
+    if (*value == '"') ++value;
+    char *end = std::strchr(value, '"');
+    if (!end) end = std::strchr(value, '\n');  // a CR before it stays in the value
+    if (end) *end = '\0';
+    p_s = value;
+    FillVar(file, actual_section, slot);
+}
+
+int EncodeINIFile(int file, const char *path) {
+    FILE *stream = std::fopen(path, "r");
+    if (!stream) return 1;
+    // 298 characters at a time: the rest of a longer line is read as a line
+    // of its own.
+    char line[300];
+    while (!std::feof(stream)) {
+        std::memset(line, 0, sizeof line);
+        if (!std::fgets(line, 299, stream) && std::ferror(stream)) break;
+        switch (line[0]) {
+        case '\n':
+        case ';':
+        case ' ':
+        case '\0':
+        case '\a': break;
+        case '[': read_header(file, line); break;
+        default: read_key_line(file, line); break;
+        }
+    }
+    std::fclose(stream);
+    return 0;
+}
+
+static int load_file(int file, const char *name) {
+    char path[kProgramDirSize + 32];
+    std::snprintf(path, sizeof path, "%s%s", ProgramDir, name);
+    return EncodeINIFile(file, path);
+}
+
+int LoadKorvelINI() { return load_file(kKorvelIni, "korvel.ini"); }
+int LoadJobsINI() { return load_file(kJobsIni, "jobs.ini"); }
+int LoadJobsSTSINI() { return load_file(kJobsStsIni, "jobsSTS.ini"); }
+int LoadSensorINI() { return load_file(kSensorIni, "sensor.ini"); }
+
+void group_file_name(char *name, unsigned size, int number) {
+    std::snprintf(name, size, "group_%c%c.ini", '0' + number / 10 % 10, '0' + number % 10);
+}
+
+int LoadGroupsINI() {
+    int result = 0;
+    for (int group = 0; group < kGroups; ++group) {
+        char name[16];
+        group_file_name(name, sizeof name, group);
+        g_index = group;
+        result = load_file(kGroupIni, name);
+    }
+    return result;
+}
+
+int LoadINI() {
+    std::memset(&INI, 0, sizeof INI);
+    int result = LoadKorvelINI();
+    if (result != 0) return result;
+    for (int (*load)() : {LoadJobsINI, LoadJobsSTSINI, LoadGroupsINI, LoadSensorINI}) {
+        result = load();
+        if (result > 1) return result;
+    }
+    DecodeSchedules();
+    std::memcpy(&INI1, &INI, sizeof INI1);
+    return 0;
+}

@@ -1,0 +1,38 @@
+// Reading Korvel's files into the record INI.
+//
+// One parser serves every file. It keeps Korvel's own reading rules even
+// where they look odd (they decide what Korvel itself sees): the current
+// section is one program-wide value that is not reset between files, keys of
+// an unknown section land in the section before it, keys are not trimmed, and
+// sections past the end of an array write into the fields that follow it.
+#pragma once
+
+#include <cstdint>
+
+// The section slot of the last header recognised; 255 before any. Not reset
+// between files.
+extern uint8_t actual_section;
+// The group whose file is being read.
+extern int g_index;
+// The value of the key line being stored.
+extern const char *p_s;
+
+// Clears INI, loads every file, decodes the schedules and copies INI into
+// INI1. 0, or 1 when korvel.ini cannot be read (the other files are optional).
+int LoadINI();
+int LoadKorvelINI();
+int LoadJobsINI();
+int LoadJobsSTSINI();
+int LoadSensorINI();
+// Reads group_00.ini to group_09.ini into groups 0-9; only group_09's
+// result is returned.
+int LoadGroupsINI();
+
+// Parses the file at `path` as file number `file` into INI. 1 when it cannot
+// be opened, else 0.
+int EncodeINIFile(int file, const char *path);
+// Stores p_s into the field of (file, section slot, key slot), if there is one.
+void FillVar(int file, int section, int key);
+
+// "group_xx.ini" with the two digits of `number`.
+void group_file_name(char *name, unsigned size, int number);

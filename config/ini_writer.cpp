@@ -1,0 +1,137 @@
+#include "config/ini_writer.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+#include "config/ini_reader.h"
+#include "config/record.h"
+#include "config/replace_file.h"
+#include "console/globals.h"
+#include "console/terminal.h"
+#include "schedule/codec.h"
+
+static const unsigned char *record_end() { return reinterpret_cast<const unsigned char *>(&INI) + sizeof INI; }
+
+static unsigned number_at(const unsigned char *where, unsigned width) {
+    if (width == 1) return *where;
+    uint16_t value;
+    std::memcpy(&value, where, sizeof value);
+    return value;
+}
+
+// An entry is in use when its first field (a name, a schedule text, the
+// first condition of an event) is not empty or zero.
+static bool in_use(const KeySet &keys, const unsigned char *entry) {
+    const Field &first = keys.fields[0];
+    const unsigned char *where = entry + first.offset;
+    return first.kind == FieldKind::Text ? where[0] != 0 : number_at(where, first.width) != 0;
+}
+
+static void write_section(ReplaceFile &out, const char *header, const KeySet &keys, const SectionKind &kind,
+                          const unsigned char *entry) {
+    replace_printf(out, "%s\n", header);
+    for (int slot = 0; slot < keys.count; ++slot) {
+        const Field &field = keys.fields[slot];
+        const unsigned char *where = entry + field.offset;
+        if (field.kind == FieldKind::Text) {
+            // A text that fills its field has no terminator and runs on to
+            // the next zero byte of the record, as Korvel has always written it.
+            size_t room = static_cast<size_t>(record_end() - where);
+            const void *zero = std::memchr(where, 0, room);
+            size_t length = zero ? static_cast<size_t>(static_cast<const unsigned char *>(zero) - where) : room;
+            const char *text = reinterpret_cast<const char *>(where);
+            if (length == 0 && field.empty_as) {
+                text = field.empty_as;
+                length = std::strlen(text);
+            }
+            replace_printf(out, "%s=\"%.*s\"\n", field.key, static_cast<int>(length), text);
+        } else {
+            unsigned value = number_at(where, field.width);
+            if (kind.skip_zero_keys && value == 0) continue;
+            replace_printf(out, "%s=%u\n", field.key, value);
+        }
+    }
+    replace_printf(out, "\n");
+}
+
+int write_ini_file(IniFile file, const char *name, const unsigned char *base) {
+    char path[kProgramDirSize + 32];
+    std::snprintf(path, sizeof path, "%s%s", ProgramDir, name);
+    ReplaceFile out;
+    if (int error = replace_open(out, path)) return error;
+
+    replace_printf(out, "; This is file with configuration parameters for KORVEL \n; Do not change any line !\n\n");
+    for (int k = 0; k < kSectionKindCount; ++k) {
+        const SectionKind &kind = kSectionKinds[k];
+        if (kind.file != file) continue;
+        const KeySet &keys = key_set(file, kind.key_set);
+        char header[kNameSize + 8];
+        if (kind.slots == 1) {
+            std::snprintf(header, sizeof header, "[%s]", kind.name);
+            write_section(out, header, keys, kind, base + kind.base);
+            continue;
+        }
+        // Series: every entry under its own number, or, when compacted, the
+        // entries in use numbered again from 00 in the order written.
+        unsigned written = 0;
+        for (unsigned index = 0; index < kind.entries; ++index) {
+            const unsigned char *entry = base + kind.base + index * kind.entry_size;
+            if (kind.compact && !in_use(keys, entry)) continue;
+            std::snprintf(header, sizeof header, "[%s%02u]", kind.name, kind.compact ? written : index);
+            write_section(out, header, keys, kind, entry);
+            ++written;
+        }
+    }
+    return replace_commit(out);
+}
+
+static const unsigned char *whole_record() { return reinterpret_cast<const unsigned char *>(&INI); }
+
+int SaveKorvelINI() {
+    // Korvel needs these set; an empty or zero value becomes the default in
+    // the record itself.
+    if (!INI.Serial[0].Device[0]) std::memcpy(INI.Serial[0].Device, "AUTO", 5);
+    if (INI.EmailConfig.Port == 0) INI.EmailConfig.Port = 25;
+    if (INI.EmailConfig.Timeout == 0) INI.EmailConfig.Timeout = 5;
+    if (INI.BriskenModemConfig.DeviceNo == 0) INI.BriskenModemConfig.DeviceNo = 1;
+    if (INI.WapConfig.Port == 0) INI.WapConfig.Port = 9200;
+    return write_ini_file(kKorvelIni, "korvel.ini", whole_record());
+}
+
+int SaveJobsINI() { return write_ini_file(kJobsIni, "jobs.ini", whole_record()); }
+int SaveJobsSTSINI() { return write_ini_file(kJobsStsIni, "jobsSTS.ini", whole_record()); }
+int SaveSensorINI() { return write_ini_file(kSensorIni, "sensor.ini", whole_record()); }
+
+int SaveGroupsINI() {
+    int written = 0;
+    for (const GroupEntry &group : INI.Group) {
+        if (!group.Name[0]) continue;
+        char name[16];
+        group_file_name(name, sizeof name, written);
+        if (int error = write_ini_file(kGroupIni, name, reinterpret_cast<const unsigned char *>(&group))) {
+            return error;
+        }
+        ++written;
+    }
+    return 0;
+}
+
+int SaveINI() {
+    static const struct {
+        int (*save)();
+        const char *failure;
+    } kWriters[] = {
+        {SaveKorvelINI, "\n\rSaveKorvelINI fail "}, {SaveJobsINI, "\n\rSaveJobsINI fail "},
+        {SaveJobsSTSINI, "\n\rSaveJobsSTSINI fail "}, {SaveGroupsINI, "\n\rSaveGroupsINI fail "},
+        {SaveSensorINI, "\n\rSaveSensorINI fail "},
+    };
+    EncodeSchedules();
+    for (const auto &writer : kWriters) {
+        if (int error = writer.save()) {
+            printfc(writer.failure);
+            return error;
+        }
+    }
+    return 0;
+}

@@ -1,0 +1,26 @@
+// Writing the record INI back to Korvel's files.
+//
+// Files are regenerated from the record every time: two comment lines, an
+// empty line, then each section as its header, its keys one per line and an
+// empty line. Each file is replaced whole or not at all.
+#pragma once
+
+#include "config/fields.h"
+
+// Encodes the schedules and writes every file: korvel.ini, jobs.ini,
+// jobsSTS.ini, the group files, sensor.ini. 0, or the error number of the
+// first file that could not be written (the ones after it are not tried).
+int SaveINI();
+
+// Each writes its file from INI and returns 0 or the error number.
+int SaveKorvelINI();
+int SaveJobsINI();
+int SaveJobsSTSINI();
+int SaveSensorINI();
+// Writes the groups in use to group_00.ini, group_01.ini ... in entry order.
+// Files numbered from the count of groups written on are left alone.
+int SaveGroupsINI();
+
+// Writes every section of `file` from `base` (the record, or one group)
+// to ProgramDir + `name`. 0 or the error number.
+int write_ini_file(IniFile file, const char *name, const unsigned char *base);

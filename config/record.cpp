@@ -1,0 +1,4 @@
+#include "config/record.h"
+
+ConfigRecord INI;
+ConfigRecord INI1;

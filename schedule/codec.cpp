@@ -1,0 +1,80 @@
+#include "schedule/codec.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "console/lang.h"
+
+unsigned char get_hex(const char *text) {
+    auto digit = [](unsigned char c) {
+        if (c >= 'A' && c <= 'F') return c - 7;
+        if (c >= 'a' && c <= 'f') return c - 39;
+        return static_cast<int>(c);
+    };
+    // '0' * 16 is a multiple of 256, so subtracting '0' once gives both digits.
+    return static_cast<unsigned char>((digit(text[0]) * 16 + digit(text[1]) - '0') & 0xFF);
+}
+
+// The nine bytes of the stored text, most significant first.
+static void schedule_bytes(const ScheduleEntry &entry, unsigned char bytes[9]) {
+    bytes[0] = static_cast<unsigned char>(entry.StartTime >> 24);
+    bytes[1] = static_cast<unsigned char>(entry.StartTime >> 16);
+    bytes[2] = static_cast<unsigned char>(entry.StartTime >> 8);
+    bytes[3] = static_cast<unsigned char>(entry.StartTime);
+    bytes[4] = static_cast<unsigned char>(entry.UpsIndex >> 8);
+    bytes[5] = static_cast<unsigned char>(entry.UpsIndex);
+    bytes[6] = entry.Action;
+    bytes[7] = entry.Period;
+    bytes[8] = entry.PeriodDay;
+}
+
+void DecodeSchedules() {
+    for (ScheduleEntry &entry : INI.Schedule) {
+        if (!entry.Data[0]) continue;
+        // A text shorter than 18 digits decodes the rest from the zeros
+        // after it; the field is 20 bytes, so this stays inside it.
+        unsigned char b[9];
+        for (int i = 0; i < 9; ++i) b[i] = get_hex(entry.Data + 2 * i);
+        entry.StartTime = static_cast<uint32_t>(b[0]) << 24 | static_cast<uint32_t>(b[1]) << 16 |
+                          static_cast<uint32_t>(b[2]) << 8 | b[3];
+        entry.UpsIndex = static_cast<uint16_t>(b[4] << 8 | b[5]);
+        entry.Action = b[6];
+        entry.Period = b[7];
+        entry.PeriodDay = b[8];
+    }
+}
+
+void EncodeSchedules() {
+    for (ScheduleEntry &entry : INI.Schedule) {
+        if (entry.Action == kActionUnused) {
+            std::memset(&entry, 0, sizeof entry);
+            continue;
+        }
+        unsigned char b[9];
+        schedule_bytes(entry, b);
+        char text[sizeof entry.Data] = {};
+        for (int i = 0; i < 9; ++i) std::snprintf(text + 2 * i, 3, "%02X", b[i]);
+        std::memcpy(entry.Data, text, sizeof entry.Data);
+    }
+}
+
+void JobToDefault(JobEntry &job, int index, int mode) {
+    std::memset(&job, 0, sizeof job);
+    job.Log = 1;
+    job.LocalMessage = 1;
+    // Events that last (power failure, battery low ...) repeat their message.
+    bool repeating = index < 22 ? index % 2 == 0 : index != 24 && index != 27 && index != 29;
+    job.LocalMessageInterval = repeating ? 60 : 0;
+
+    int text;
+    if (index >= 22) {
+        text = index + 362;
+    } else if (mode == 0) {
+        text = index == 2 ? 341 : index + 79;
+    } else {
+        text = index + 400;
+    }
+    if (text >= 0 && text < kTextCount && LangText[text]) {
+        std::snprintf(job.Message, sizeof job.Message, "%s", LangText[text]);
+    }
+}
