@@ -7,41 +7,20 @@
 #include <string>
 #include <vector>
 
-#include <dirent.h>
-#include <unistd.h>
-
 #include "console/globals.h"
 #include "console/lang.h"
 #include "console/terminal.h"
 #include "support/console_capture.h"
+#include "support/scratch_dir.h"
 
 namespace {
 
 // A scratch program directory holding language files.
 class LanguageFiles : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/corvane-lang-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        dir_ = std::string(pattern) + "/";
-        saved_dir_ = ProgramDir;
-        std::snprintf(ProgramDir, kProgramDirSize, "%s", dir_.c_str());
-        ASSERT_EQ(AllocText(), 0);
-    }
-    void TearDown() override {
-        FreeText();
-        std::snprintf(ProgramDir, kProgramDirSize, "%s", saved_dir_.c_str());
-        if (DIR *d = opendir(dir_.c_str())) {
-            while (dirent *e = readdir(d)) {
-                if (e->d_name[0] != '.') std::remove((dir_ + e->d_name).c_str());
-            }
-            closedir(d);
-        }
-        rmdir(dir_.c_str());
-    }
-    void write(const std::string &name, const std::string &content) {
-        std::ofstream(dir_ + name, std::ios::binary) << content;
-    }
+    void SetUp() override { ASSERT_EQ(AllocText(), 0); }
+    void TearDown() override { FreeText(); }
+    void write(const std::string &name, const std::string &content) { dir_.write(name, content); }
     // A section with texts first..last numbered in order.
     static std::string texts(int first, int last, const std::string &word = "T") {
         std::string lines;
@@ -52,7 +31,7 @@ protected:
         }
         return lines;
     }
-    std::string dir_, saved_dir_;
+    ScratchDir dir_;
 };
 
 TEST_F(LanguageFiles, MissingTextsShowTheirNumber) {

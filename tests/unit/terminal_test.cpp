@@ -1,13 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "console/globals.h"
 #include "console/terminal.h"
 #include "support/console_capture.h"
+#include "support/scratch_dir.h"
 
 namespace {
 
@@ -120,38 +119,21 @@ TEST(Terminal, ShellCommandsFollowWhatWasDrawn) {
 
 class DebugTrace : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/corvane-trace-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        dir_ = pattern;
-        saved_dir_ = ProgramDir;
-        std::snprintf(ProgramDir, kProgramDirSize, "%s/", dir_.c_str());
-    }
-    void TearDown() override {
-        std::snprintf(ProgramDir, kProgramDirSize, "%s", saved_dir_.c_str());
-        bDebug = bDebugLog = 0;
-        std::remove((dir_ + "/debugs.log").c_str());
-        rmdir(dir_.c_str());
-    }
-    std::string log() {
-        std::ifstream file(dir_ + "/debugs.log");
-        std::stringstream text;
-        text << file.rdbuf();
-        return file ? text.str() : "<none>";
-    }
-    std::string dir_, saved_dir_;
+    void TearDown() override { bDebug = bDebugLog = 0; }
+    std::string log() { return dir_.read("debugs.log"); }
+    ScratchDir dir_;
 };
 
 TEST_F(DebugTrace, IsSilentUnlessSwitchedOn) {
     ConsoleCapture console;
     printfc("\n\rfirst ");
     EXPECT_EQ(console.take_output(), "");
-    EXPECT_EQ(log(), "<none>");
+    EXPECT_EQ(log(), "<missing>");
 
     bDebug = 1;
     printfc("\n\rsecond ");
     EXPECT_EQ(console.take_output(), "\n\rsecond ");
-    EXPECT_EQ(log(), "<none>");
+    EXPECT_EQ(log(), "<missing>");
 
     bDebug = 0;
     bDebugLog = 1;

@@ -1,0 +1,75 @@
+#include "support/scratch_dir.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <dirent.h>
+#include <fstream>
+#include <ftw.h>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "console/globals.h"
+
+std::string read_file(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return "<missing>";
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+ScratchDir::ScratchDir() {
+    char pattern[] = "/tmp/corvane-test-XXXXXX";
+    if (!mkdtemp(pattern)) std::abort();
+    dir_ = std::string(pattern) + "/";
+    saved_program_dir_ = ProgramDir;
+    std::snprintf(ProgramDir, kProgramDirSize, "%s", dir_.c_str());
+}
+
+static int remove_entry(const char *path, const struct stat *, int, struct FTW *) {
+    chmod(path, 0700);  // a test may have made it read-only
+    return remove(path);
+}
+
+ScratchDir::~ScratchDir() {
+    std::snprintf(ProgramDir, kProgramDirSize, "%s", saved_program_dir_.c_str());
+    chmod(dir_.c_str(), 0700);
+    nftw(dir_.c_str(), remove_entry, 16, FTW_DEPTH | FTW_PHYS);
+}
+
+void ScratchDir::write(const std::string &name, const std::string &content) const {
+    std::ofstream(dir_ + name, std::ios::binary) << content;
+}
+
+std::string ScratchDir::read(const std::string &name) const { return read_file(dir_ + name); }
+
+bool ScratchDir::exists(const std::string &name) const {
+    struct stat state;
+    return lstat((dir_ + name).c_str(), &state) == 0;
+}
+
+std::vector<std::string> ScratchDir::list() const {
+    std::vector<std::string> names;
+    if (DIR *directory = opendir(dir_.c_str())) {
+        while (dirent *entry = readdir(directory)) {
+            std::string name = entry->d_name;
+            if (name != "." && name != "..") names.push_back(name);
+        }
+        closedir(directory);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+void ScratchDir::copy_from(const std::string &directory) const {
+    DIR *source = opendir(directory.c_str());
+    if (!source) return;
+    while (dirent *entry = readdir(source)) {
+        std::string from = directory + "/" + entry->d_name;
+        struct stat state;
+        if (stat(from.c_str(), &state) == 0 && S_ISREG(state.st_mode)) write(entry->d_name, read_file(from));
+    }
+    closedir(source);
+}
