@@ -1,0 +1,42 @@
+// Loading and saving a full-size Korvel directory: 16 UPS entries, every
+// recipient, schedule and sensor, 30 + 30 jobs and ten group files (one of
+// them with all 64 events). Start-up pays one load, leaving with a save one
+// save.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "config/ini_reader.h"
+#include "config/ini_writer.h"
+#include "console/globals.h"
+
+static void use_copy_of_full_directory() {
+    static std::string directory;
+    if (directory.empty()) {
+        char pattern[] = "/tmp/corvane-bench-XXXXXX";
+        if (!mkdtemp(pattern)) std::abort();
+        directory = pattern;
+        std::string copy = "cp " CORVANE_TEST_DATA "full/* " + directory;
+        if (std::system(copy.c_str()) != 0) std::abort();
+    }
+    std::snprintf(ProgramDir, kProgramDirSize, "%s/", directory.c_str());
+}
+
+static void BM_LoadFullDirectory(benchmark::State &state) {
+    use_copy_of_full_directory();
+    for (auto _ : state) {
+        if (LoadINI() != 0) state.SkipWithError("load failed");
+    }
+}
+BENCHMARK(BM_LoadFullDirectory)->Unit(benchmark::kMicrosecond);
+
+static void BM_SaveFullDirectory(benchmark::State &state) {
+    use_copy_of_full_directory();
+    if (LoadINI() != 0) state.SkipWithError("load failed");
+    for (auto _ : state) {
+        if (SaveINI() != 0) state.SkipWithError("save failed");
+    }
+}
+BENCHMARK(BM_SaveFullDirectory)->Unit(benchmark::kMicrosecond);
