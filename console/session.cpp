@@ -44,6 +44,10 @@ void console_restore() {
 }
 
 void console_start() {
+    // A whole screen goes out in one write when the program waits for a key
+    // (every wait flushes), rather than line by line: no flicker on slow links.
+    static char screen_buffer[1 << 16];
+    std::setvbuf(stdout, screen_buffer, _IOFBF, sizeof screen_buffer);
     if (isatty(STDIN_FILENO) && tcgetattr(STDIN_FILENO, &saved_state) == 0) state_saved = 1;
     output_is_terminal = isatty(STDOUT_FILENO);
     std::atexit(console_restore);

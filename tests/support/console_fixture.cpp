@@ -7,6 +7,7 @@
 #include "console/globals.h"
 #include "console/input.h"
 #include "console/lang.h"
+#include "console/screen.h"
 #include "console/session.h"
 #include "console/terminal.h"
 
@@ -17,35 +18,16 @@ constexpr unsigned kNameRow = 1, kNumberRow = 2, kBackRow = 4;
 constexpr unsigned kFirstLine = 7;
 
 static void draw(unsigned row) {
-    print_escapeseq(SEQ_CLEAR);
-    cursor_gotopos(2, 0, 0);
-    print_line(1);
-    print_line(3);
-    print_center(LangText[16]);
-    print_line(3);
-    print_line(1);
+    draw_title_block(2, LangText[16]);
     con_printf("\n\r      1 - %s:", LangText[18]);
-    print_escapeseq(SEQ_VALUE);
-    con_printf("     %s", name);
-    print_escapeseq(SEQ_NORMAL);
+    print_value("     %s", name);
     con_printf("\n\r      2 - %s:", LangText[25]);
-    print_escapeseq(SEQ_VALUE);
-    con_printf("     %u", number);
-    print_escapeseq(SEQ_NORMAL);
+    print_value("     %u", number);
     print_line(0);
     con_printf("\n\r      0 - %s", LangText[318]);
     con_puts("\n\r");
     print_line(1);
-    cursor_gotopos(row, 3, kFirstLine);
-    con_puts("-->");
-}
-
-static void move_marker(unsigned &row, unsigned to) {
-    cursor_gotopos(row, 3, kFirstLine);
-    con_puts("   ");
-    row = to;
-    cursor_gotopos(row, 3, kFirstLine);
-    con_puts("-->");
+    place_marker(row, kFirstLine);
 }
 
 int main(int argc, char **argv) {
@@ -56,7 +38,7 @@ int main(int argc, char **argv) {
         con_printf("\n\rCannot load language strings file !");
         return 5;
     }
-    run_command("stty -echo -icanon");
+    key_mode();
     print_escapeseq(SEQ_HIDE_CURSOR);
     print_escapeseq(SEQ_BLACK_BG);
     print_escapeseq(SEQ_NORMAL);
@@ -65,33 +47,21 @@ int main(int argc, char **argv) {
     draw(row);
     for (;;) {
         MenuKey key = read_key();
-        if (key == KEY_DOWN && row < kBackRow) move_marker(row, row == kNumberRow ? kBackRow : row + 1);
-        if (key == KEY_UP && row > kNameRow) move_marker(row, row == kBackRow ? kNumberRow : row - 1);
+        if (key == KEY_DOWN && row < kBackRow) move_marker(row, row == kNumberRow ? kBackRow : row + 1, kFirstLine);
+        if (key == KEY_UP && row > kNameRow) move_marker(row, row == kBackRow ? kNumberRow : row - 1, kFirstLine);
         if (key != KEY_ENTER) continue;
         if (row == kBackRow) break;
         if (row == kNameRow) {
-            menu_insert_value(LangText[18]);
-            con_printf("%s", name);
-            print_escapeseq(SEQ_NORMAL);
-            print_line(0);
-            run_command("stty echo icanon");
-            get_str(name, sizeof name, LangText[332]);
+            enter_text(LangText[18], name, sizeof name);
         } else {
-            menu_insert_value(LangText[25]);
-            con_printf("%u", number);
-            print_escapeseq(SEQ_NORMAL);
-            print_line(0);
-            run_command("stty echo icanon");
-            con_printf("\n\r%s [%u-%u]\t", LangText[332], 1u, 1000u);
-            number = get_int1(1, 1000, number, "", LangText[333]);
+            number = enter_number(LangText[25], number, 1, 1000);
         }
-        run_command("stty -echo -icanon");
         draw(row);
     }
 
     print_escapeseq(SEQ_CLEAR);
     print_escapeseq(SEQ_SHOW_CURSOR);
-    run_command("stty echo icanon");
+    line_mode();
     con_printf("\n\rname=%s number=%u\n\r", name, number);
     FreeText();
     return 0;
