@@ -63,13 +63,22 @@ std::vector<std::string> ScratchDir::list() const {
     return names;
 }
 
-void ScratchDir::copy_from(const std::string &directory) const {
-    DIR *source = opendir(directory.c_str());
+static void copy_tree(const std::string &from, const std::string &to) {
+    DIR *source = opendir(from.c_str());
     if (!source) return;
     while (dirent *entry = readdir(source)) {
-        std::string from = directory + "/" + entry->d_name;
+        std::string name = entry->d_name;
+        if (name == "." || name == "..") continue;
         struct stat state;
-        if (stat(from.c_str(), &state) == 0 && S_ISREG(state.st_mode)) write(entry->d_name, read_file(from));
+        if (stat((from + "/" + name).c_str(), &state) != 0) continue;
+        if (S_ISDIR(state.st_mode)) {
+            mkdir((to + name).c_str(), 0755);
+            copy_tree(from + "/" + name, to + name + "/");
+        } else if (S_ISREG(state.st_mode)) {
+            std::ofstream(to + name, std::ios::binary) << read_file(from + "/" + name);
+        }
     }
     closedir(source);
 }
+
+void ScratchDir::copy_from(const std::string &directory) const { copy_tree(directory, dir_); }

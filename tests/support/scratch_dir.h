@@ -19,7 +19,7 @@ public:
     bool exists(const std::string &name) const;
     // The names of the directory's entries, sorted.
     std::vector<std::string> list() const;
-    // Copies every regular file of `directory` in.
+    // Copies `directory`'s files and subdirectories in.
     void copy_from(const std::string &directory) const;
 
 private:

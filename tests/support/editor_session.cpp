@@ -1,0 +1,54 @@
+#include "support/editor_session.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+EditorSession::EditorSession(const std::string &korvel_dir) {
+    dir.copy_from(korvel_dir);
+    dir.write("lang_00.ini", read_file(std::string(CORVANE_DATA_DIR) + "lang_00.ini"));
+    if (symlink(CORVANE_EDITOR, dir.path("corvane").c_str()) != 0) dir.write("no-editor", "");
+}
+
+bool EditorSession::open(bool wait_for_menu) {
+    Options options;
+    options.cwd = dir.path();
+    if (!start({dir.path("corvane")}, options)) return false;
+    return !wait_for_menu || (wait_for_text("Corvane v 5.3.0 10/2012") && wait_for_marker(10));
+}
+
+bool EditorSession::wait_for_marker(int target) {
+    return wait_until([&] { return target < 0 ? marker_row() >= 0 : marker_row() == target; });
+}
+
+int EditorSession::marker_row() const {
+    for (int r = 0; r < 40; ++r) {
+        std::string text = row(r);
+        if (text.size() >= 5 && text.compare(2, 3, "-->") == 0) return r;
+    }
+    return -1;
+}
+
+bool EditorSession::move_to(int target) {
+    for (int presses = 0; presses < 40; ++presses) {
+        int now = marker_row();
+        if (now == target) return true;
+        int before = now;
+        if (now < target) {
+            down();
+        } else {
+            up();
+        }
+        if (!wait_until([&] { return marker_row() != before; }, 2000)) return false;
+    }
+    return marker_row() == target;
+}
+
+bool EditorSession::leave_main_menu() {
+    if (!move_to(16)) return false;
+    enter();
+    return true;
+}
+
+bool EditorSession::ended_with(int status) {
+    return wait_exit(5000) && WIFEXITED(wait_status()) && WEXITSTATUS(wait_status()) == status;
+}

@@ -1,0 +1,29 @@
+// The real editor in a scratch Korvel directory, in a pseudo-terminal.
+#pragma once
+
+#include <string>
+
+#include "support/pty_session.h"
+#include "support/scratch_dir.h"
+
+struct EditorSession : PtySession {
+    ScratchDir dir;
+
+    // Stages `korvel_dir` (by default the demo) with the English language
+    // file, and links the editor in: it finds its files beside the link.
+    explicit EditorSession(const std::string &korvel_dir = CORVANE_DEMO_DIR);
+    // Starts the editor; true once the main menu is up (or, with
+    // `wait_for_menu` false, once it runs).
+    bool open(bool wait_for_menu = true);
+
+    // The row of the "-->" marker, or -1.
+    int marker_row() const;
+    // Waits until the marker stands on `row` (any row when -1): the marker is
+    // drawn last, so the screen is then complete.
+    bool wait_for_marker(int row = -1);
+    // Presses Down or Up until the marker stands on `row`; false if it never does.
+    bool move_to(int row);
+    // From the main menu: down to its exit item and Enter.
+    bool leave_main_menu();
+    bool ended_with(int status);
+};
