@@ -45,11 +45,7 @@ void FillVar(int file, int section, int key) {
     unsigned char *where = reinterpret_cast<unsigned char *>(&INI) + at;
 
     if (field.kind == FieldKind::Text) {
-        // A value as long as the field or longer fills it with no terminator.
-        size_t length = std::strlen(p_s);
-        if (length > field.width) length = field.width;
-        std::memcpy(where, p_s, length);
-        std::memset(where + length, 0, field.width - length);
+        set_text(reinterpret_cast<char *>(where), field.width, p_s);
         return;
     }
 

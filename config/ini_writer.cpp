@@ -91,7 +91,7 @@ static const unsigned char *whole_record() { return reinterpret_cast<const unsig
 int SaveKorvelINI() {
     // Korvel needs these set; an empty or zero value becomes the default in
     // the record itself.
-    if (!INI.Serial[0].Device[0]) std::memcpy(INI.Serial[0].Device, "AUTO", 5);
+    if (!INI.Serial[0].Device[0]) set_text(INI.Serial[0].Device, sizeof INI.Serial[0].Device, "AUTO");
     if (INI.EmailConfig.Port == 0) INI.EmailConfig.Port = 25;
     if (INI.EmailConfig.Timeout == 0) INI.EmailConfig.Timeout = 5;
     if (INI.BriskenModemConfig.DeviceNo == 0) INI.BriskenModemConfig.DeviceNo = 1;

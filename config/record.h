@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #pragma pack(push, 1)
 
@@ -369,6 +370,15 @@ CORVANE_EVENT_AT(Job.Voice, 326);
 CORVANE_EVENT_AT(Job.VoiceDelay, 328);
 CORVANE_EVENT_AT(Job.Message, 330);
 #undef CORVANE_EVENT_AT
+
+// Stores `text` in a text field of `width` bytes: the rest of the field is
+// zeroed, and a text as long as the field or longer fills it without a
+// terminator.
+inline void set_text(char *field, size_t width, const char *text) {
+    size_t length = strnlen(text, width);
+    std::memcpy(field, text, length);
+    std::memset(field + length, 0, width - length);
+}
 
 // The loaded record, and the working copy the screens edit.
 extern ConfigRecord INI;

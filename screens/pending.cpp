@@ -2,8 +2,7 @@
 // nothing.
 #include "screens/screens.h"
 
-void network_param() {}
-void conn_param() {}
+void paralel_fnc() {}
 void mess_param() {}
 void shed_param() {}
 void jobs_param() {}

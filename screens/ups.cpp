@@ -1,0 +1,267 @@
+// One UPS entry: its name, model code and serial number, the system and UPS
+// shutdown settings, and the way to its connection. Naming an undefined entry
+// creates it; "*" as the name deletes it unless a group still uses it.
+#include <cstdio>
+#include <cstring>
+
+#include "app/model_code.h"
+#include "config/record.h"
+#include "console/input.h"
+#include "console/lang.h"
+#include "console/screen.h"
+#include "console/terminal.h"
+#include "screens/screens.h"
+
+namespace {
+
+constexpr unsigned kFirstLine = 7;
+enum Row : unsigned {
+    kName = 1, kModel = 2, kSerial = 3, kConnection = 4,
+    kDelaySwitch = 6, kDelay = 7,
+    kLeadSwitch = 9, kLead = 10,
+    kUpsSwitch = 12, kUpsDelay = 13,
+    kBack = 15,
+};
+// An undefined entry shows its name row and, on row 3, the way back.
+constexpr unsigned kUndefinedBack = 3;
+
+// The values a new UPS starts with.
+void give_defaults(UpsEntry &entry) {
+    set_text(entry.Type, sizeof entry.Type, "");
+    set_text(entry.Serial, sizeof entry.Serial, "");
+    std::memcpy(entry.Port, INI1.Serial[0].Device, sizeof entry.Port);
+    entry.Address = 0;
+    set_text(entry.IPAddress, sizeof entry.IPAddress, "127.0.0.1");
+    entry.Connection = kSerialLine;
+    entry.Password = 0;
+    entry.Device = 1;
+    entry.Message = 1;
+    entry.MessageDelay = 0;
+    entry.MessageRate = 60;
+    entry.MessageType = 0;
+    entry.SystemShutdown = 1;
+    entry.SystemShutDelayAllow = 1;
+    entry.SystemShutLeadAllow = 0;
+    entry.SystemShutdownDelay = 5;
+    entry.SystemShutdownLead = 5;
+    entry.UPSShutdown = 0;
+    entry.UPSShutdownDelay = 5;
+    entry.UPSReboot = 1;
+}
+
+int group_references(int index) {
+    int count = 0;
+    for (const GroupEntry &group : INI1.Group) {
+        if (!group.Name[0]) continue;
+        for (int slot = 0; slot < kGroupMembers; ++slot) count += group.UPS[slot] - 1 == index;
+    }
+    return count;
+}
+
+// Clears the entry's name. The writer numbers the defined entries
+// consecutively, so every later entry moves down one number on the next
+// load: group slots follow them now.
+void delete_entry(int index) {
+    std::memset(INI1.UPS[index].Name, 0, sizeof INI1.UPS[index].Name);
+    for (GroupEntry &group : INI1.Group) {
+        for (int slot = 0; slot < kGroupMembers; ++slot) {
+            if (group.UPS[slot] > index) group.UPS[slot] = static_cast<uint16_t>(group.UPS[slot] - 1);
+        }
+    }
+}
+
+void show_message(unsigned row, unsigned below, int text) {
+    cursor_gotopos(row, 0, kFirstLine + below);
+    con_printf("\a\n%s\n", LangText[text]);
+    ussleep(2000000);
+}
+
+// Row 1. Returns false when the entry was deleted (the screen closes).
+bool edit_name(int index, unsigned row) {
+    UpsEntry &entry = INI1.UPS[index];
+    show_entry(LangText[68], "%.*s", static_cast<int>(sizeof entry.Name), entry.Name);
+    con_printf("\n\r%s", LangText[336]);
+    con_printf("\n\r%s", LangText[337]);
+    begin_line_input();
+    char input[120] = "";
+    get_str(input, sizeof input, LangText[332]);
+    end_line_input();
+
+    if (!input[0]) return true;
+    if (input[0] == '*') {
+        if (group_references(index) > 0) {
+            show_message(row, 10, 246);
+            return true;
+        }
+        delete_entry(index);
+        return false;
+    }
+    if (!entry.Name[0]) give_defaults(entry);
+    set_text(entry.Name, sizeof entry.Name, input);  // 20 characters or more fill it, unterminated
+    return true;
+}
+
+// Row 2: asked again until the field holds a code the decoder accepts.
+void edit_model(int index, unsigned row) {
+    UpsEntry &entry = INI1.UPS[index];
+    for (;;) {
+        bool known = FindUpsModelTxt(entry.Type, sizeof entry.Type) != nullptr;
+        show_entry(LangText[50], "%.*s", static_cast<int>(sizeof entry.Type), known ? entry.Type : LangText[249]);
+        begin_line_input();
+        get_str(entry.Type, sizeof entry.Type, LangText[332]);
+        end_line_input();
+        if (FindUpsModelTxt(entry.Type, sizeof entry.Type)) return;
+        show_message(row, 9, 249);
+    }
+}
+
+// The lead time must cover the UPS's own shutdown delay (seconds against minutes).
+void raise_lead_time(UpsEntry &entry) {
+    if (entry.SystemShutdownLead * 60 < entry.UPSShutdownDelay) {
+        con_printf("\a\n%s\n", LangText[258]);
+        ussleep(2000000);
+        entry.SystemShutdownLead = static_cast<uint16_t>(entry.UPSShutdownDelay / 60);
+    }
+}
+
+}  // namespace
+
+void print_ups_param(unsigned row, int index) {
+    const UpsEntry &entry = INI1.UPS[index];
+    draw_title_block(2, LangText[127]);
+    con_printf("\n\r      1 - %s:", LangText[68]);
+    if (!entry.Name[0]) {
+        print_value("     %s", LangText[335]);
+        print_line(0);
+        con_printf("\n\r      0 - %s", LangText[318]);
+        con_puts("\n\r");
+        print_line(1);
+        place_marker(row, kFirstLine);
+        return;
+    }
+    const char *on = LangText[324], *off = LangText[340];
+    print_value("     %.*s", static_cast<int>(sizeof entry.Name), entry.Name);
+    con_printf("\n\r      2 - %s:", LangText[50]);
+    if (FindUpsModelTxt(entry.Type, sizeof entry.Type)) {
+        print_value("     %.*s", static_cast<int>(sizeof entry.Type), entry.Type);
+    } else {
+        print_value("     %s", LangText[249]);
+    }
+    con_printf("\n\r      3 - %s:", LangText[129]);
+    print_value("     %.*s", static_cast<int>(sizeof entry.Serial), entry.Serial);
+    con_printf("\n\r      4 - %s", LangText[130]);
+    print_line(0);
+
+    // What is drawn looks at SystemShutdown with each allow flag; the moves
+    // look at the allow flags alone.
+    bool delay_on = entry.SystemShutdown && entry.SystemShutDelayAllow;
+    con_printf("\n\r      5 - %s:     [", LangText[72]);
+    print_switch(delay_on, on, off);
+    if (delay_on) {
+        con_printf("\n\r          5.1 - %s:", LangText[137]);
+        print_value("     %u", entry.SystemShutdownDelay);
+    } else {
+        print_dimmed("\n\r          5.1 - %s:", LangText[137]);
+    }
+    print_line(0);
+    bool lead_on = entry.SystemShutdown && entry.SystemShutLeadAllow;
+    con_printf("\n\r      6 - %s:     [", LangText[72]);
+    print_switch(lead_on, on, off);
+    if (lead_on) {
+        con_printf("\n\r          6.1 - %s:", LangText[138]);
+        print_value("     %u", entry.SystemShutdownLead);
+    } else {
+        print_dimmed("\n\r          6.1 - %s:", LangText[138]);
+    }
+    print_line(0);
+    con_printf("\n\r      7 - %s:     [", LangText[139]);
+    print_switch(entry.UPSShutdown, on, off);
+    if (entry.UPSShutdown) {
+        con_printf("\n\r          7.1 - %s:", LangText[141]);
+        print_value("     %u", entry.UPSShutdownDelay);
+    } else {
+        print_dimmed("\n\r          7.1 - %s:", LangText[141]);
+    }
+    print_line(0);
+    con_printf("\n\r      0 - %s", LangText[318]);
+    con_puts("\n\r");
+    print_line(1);
+    place_marker(row, kFirstLine);
+}
+
+void ups_param(int index) {
+    UpsEntry &entry = INI1.UPS[index];
+    unsigned row = kName;
+    print_ups_param(row, index);
+    for (;;) {
+        MenuKey key = read_key();
+        bool defined = entry.Name[0] != '\0';
+        if (!defined) {
+            if (key == KEY_DOWN && row == kName) move_marker(row, kUndefinedBack, kFirstLine);
+            if (key == KEY_UP && row == kUndefinedBack) move_marker(row, kName, kFirstLine);
+        } else if (key == KEY_DOWN && row <= kUpsDelay) {
+            unsigned to = row + 1;
+            if ((row == kDelaySwitch && !entry.SystemShutDelayAllow) ||
+                (row == kLeadSwitch && !entry.SystemShutLeadAllow) || (row == kUpsSwitch && !entry.UPSShutdown)) {
+                to = row + 3;  // over the hidden value and the separator
+            } else if (row == kConnection || row == kDelay || row == kLead || row == kUpsDelay) {
+                to = row + 2;
+            }
+            move_marker(row, to, kFirstLine);
+        } else if (key == KEY_UP && row >= 2) {
+            unsigned to = row - 1;
+            if ((row == kBack && !entry.UPSShutdown) || (row == kUpsSwitch && !entry.SystemShutLeadAllow) ||
+                (row == kLeadSwitch && !entry.SystemShutDelayAllow)) {
+                to = row - 3;
+            } else if (row == kDelaySwitch || row == kLeadSwitch || row == kUpsSwitch || row == kBack) {
+                to = row - 2;
+            }
+            move_marker(row, to, kFirstLine);
+        }
+        if (key != KEY_ENTER) continue;
+
+        switch (row) {
+        case kName:
+            if (!edit_name(index, row)) return;
+            break;
+        case kModel: edit_model(index, row); break;
+        case kSerial:  // kUndefinedBack: the way back of an undefined entry
+            if (!defined) return;
+            enter_text(LangText[129], entry.Serial, sizeof entry.Serial);
+            break;
+        case kConnection: ups_conn_param(index); break;
+        case kDelaySwitch:
+            if (entry.SystemShutDelayAllow) {
+                entry.SystemShutDelayAllow = 0;
+                if (!entry.SystemShutLeadAllow) entry.SystemShutdown = 0;
+            } else {
+                entry.SystemShutDelayAllow = 1;
+                entry.SystemShutdown = 1;
+            }
+            break;
+        case kDelay: entry.SystemShutdownDelay = enter_number(LangText[137], entry.SystemShutdownDelay, 0, 65535); break;
+        case kLeadSwitch:
+            if (entry.SystemShutLeadAllow) {
+                entry.SystemShutLeadAllow = 0;
+                if (!entry.SystemShutDelayAllow) entry.SystemShutdown = 0;
+            } else {
+                entry.SystemShutLeadAllow = 1;
+                entry.SystemShutdown = 1;
+            }
+            break;
+        case kLead:
+            entry.SystemShutdownLead = enter_number(LangText[138], entry.SystemShutdownLead, 0, 65535);
+            if (entry.UPSShutdown) raise_lead_time(entry);
+            break;
+        case kUpsSwitch: entry.UPSShutdown = entry.UPSShutdown ? 0 : 1; break;
+        case kUpsDelay:
+            entry.UPSShutdownDelay = enter_number(LangText[141], entry.UPSShutdownDelay, 0, 65535);
+            // Guarded by the lead-time switch here, by the UPS shutdown
+            // switch above: the two differ on purpose.
+            if (entry.SystemShutLeadAllow) raise_lead_time(entry);
+            break;
+        case kBack: return;
+        }
+        print_ups_param(row, index);
+    }
+}
