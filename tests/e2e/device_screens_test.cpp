@@ -1,0 +1,243 @@
+// Administrator tasks on the system, network, connection and UPS screens,
+// each checked in the files written by the save.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/editor_session.h"
+
+namespace {
+
+// Marker rows (counted from 0) of the items used here.
+enum SystemRow { kSysName = 6, kSysLanguage = 10, kSysEventLog = 12, kSysMinimum = 15, kSysMaximum = 16,
+                 kSysNetwork = 18, kSysBack = 20 };
+enum NetworkRow { kNetProtection = 13, kNetPassword = 14, kNetBack = 16 };
+enum UpsRow { kUpsName = 7, kUpsModel = 8, kUpsConnection = 10, kUpsBack = 21 };
+enum ConnectionRow { kConnKind = 7, kConnAddress = 12, kConnDevice = 13, kConnProtection = 14, kConnPassword = 15,
+                     kConnBack = 17 };
+constexpr int kMainSystem = 10, kMainConnections = 11;
+constexpr int kListBack = 22;  // the connections list's way back
+
+// Moves to `row`, presses Enter and waits for `then` on the screen.
+void choose(EditorSession &editor, int row, const std::string &then) {
+    ASSERT_TRUE(editor.move_to(row)) << editor.screen();
+    editor.enter();
+    ASSERT_TRUE(editor.wait_for_text(then)) << "waiting for '" << then << "'\n" << editor.screen();
+}
+
+// Types a line at the entry's prompt (already shown) and waits for the
+// screen to come back with the marker on `row`.
+void type(EditorSession &editor, const std::string &line, int row) {
+    editor.send(line + "\r");
+    ASSERT_TRUE(editor.wait_for_marker(row)) << editor.screen();
+}
+
+// From the main menu: leave and answer the save question.
+void save(EditorSession &editor, const std::string &answer = "yes") {
+    ASSERT_TRUE(editor.wait_for_marker(kMainSystem) || editor.wait_for_marker(kMainConnections));
+    ASSERT_TRUE(editor.leave_main_menu());
+    ASSERT_TRUE(editor.wait_for_text("Save the changes?")) << editor.screen();
+    editor.send(answer + "\r");
+    ASSERT_TRUE(editor.ended_with(1)) << editor.screen();
+}
+
+std::string section(const std::string &file, const std::string &name) {
+    size_t start = file.find("[" + name + "]\n");
+    if (start == std::string::npos) return "<no [" + name + "]>";
+    return file.substr(start, file.find("\n\n", start) - start);
+}
+
+TEST(SystemParameters, RenameTheSystemAndSwitchTheEventLog) {
+    EditorSession editor;
+    ASSERT_TRUE(editor.open());
+    choose(editor, kMainSystem, "5 - Event log");
+    choose(editor, kSysName, "New value");
+    type(editor, "Lab rack 7", kSysName);
+    EXPECT_EQ(editor.row(kSysName), "  --> 1 - System name:     Lab rack 7");
+    ASSERT_TRUE(editor.move_to(kSysEventLog));
+    editor.enter();
+    ASSERT_TRUE(editor.wait_until([&] { return editor.row(kSysEventLog).find("[No]") != std::string::npos; }));
+    choose(editor, kSysBack, "Corvane v 5.3.0");
+    save(editor);
+    std::string system = section(editor.dir.read("korvel.ini"), "System");
+    EXPECT_NE(system.find("\nName=\"Lab rack 7\"\n"), std::string::npos) << system;
+    EXPECT_NE(system.find("\nEventLog=0\n"), std::string::npos) << system;
+    EXPECT_NE(system.find("\nLocation=\"Building A, ground floor\"\n"), std::string::npos) << "the rest kept";
+}
+
+TEST(SystemParameters, ChooseAnotherLanguage) {
+    EditorSession editor;
+    std::string english = editor.dir.read("lang_00.ini");
+    editor.dir.write("lang_01.ini", "Deutsch" + english.substr(7));
+    editor.dir.write("lang_03.ini", "Hidden behind the gap" + english.substr(7));
+    ASSERT_TRUE(editor.open());
+    choose(editor, kMainSystem, "4 - Language:     English");
+    choose(editor, kSysLanguage, "Choose the language");
+    ASSERT_TRUE(editor.wait_for_marker(8));
+    EXPECT_EQ(editor.row(8), "  --> English");
+    EXPECT_EQ(editor.row(9), "      Deutsch");
+    EXPECT_EQ(editor.row(10), std::string(70, '-')) << "file 02 is missing: 03 is not listed";
+    EXPECT_EQ(editor.row(11), "      Back");
+    EXPECT_EQ(editor.screen().find("Hidden"), std::string::npos);
+    editor.down();
+    editor.down();
+    ASSERT_TRUE(editor.wait_for_marker(11)) << "from the last language over the separator to back";
+    editor.up();
+    ASSERT_TRUE(editor.wait_for_marker(9));
+    editor.enter();
+    ASSERT_TRUE(editor.wait_for_text("4 - Language:     Deutsch")) << editor.screen();
+    choose(editor, kSysBack, "Corvane v 5.3.0");
+    save(editor);
+    EXPECT_NE(editor.dir.read("korvel.ini").find("\nLanguage=1\n"), std::string::npos);
+}
+
+TEST(SystemParameters, DataLogBoundsInTheWrongOrderAreCorrected) {
+    EditorSession editor;
+    ASSERT_TRUE(editor.open());
+    choose(editor, kMainSystem, "6.3 - Data log maximum:     2000");
+    choose(editor, kSysMaximum, "New value [1-3000]");
+    type(editor, "5000", kSysMaximum);  // above the 3000 the prompt shows, yet accepted
+    EXPECT_NE(editor.row(kSysMaximum).find("5000"), std::string::npos);
+
+    choose(editor, kSysMinimum, "New value [1-3000]");
+    int bells = editor.bells();
+    editor.send("30000\r");
+    ASSERT_TRUE(editor.wait_for_text("The minimum must stay below the maximum")) << editor.screen();
+    ASSERT_TRUE(editor.wait_for_marker(kSysMinimum)) << editor.screen();
+    EXPECT_EQ(editor.bells(), bells + 1);
+    EXPECT_NE(editor.row(kSysMinimum).find("4999"), std::string::npos) << editor.row(kSysMinimum);
+
+    choose(editor, kSysMinimum, "New value [1-3000]");
+    type(editor, "30001", kSysMinimum);  // refused: the old value stays
+    EXPECT_NE(editor.row(kSysMinimum).find("4999"), std::string::npos);
+    choose(editor, kSysBack, "Corvane v 5.3.0");
+    save(editor);
+    std::string system = section(editor.dir.read("korvel.ini"), "System");
+    EXPECT_NE(system.find("\nDataLogMin=4999\nDataLogMax=5000\n"), std::string::npos) << system;
+}
+
+TEST(Network, PasswordProtection) {
+    {
+        EditorSession editor;
+        ASSERT_TRUE(editor.open());
+        choose(editor, kMainSystem, "7 - Network");
+        choose(editor, kSysNetwork, "7 - Password protection:     [No]");
+        ASSERT_TRUE(editor.move_to(kNetProtection));
+        editor.down();  // 7.1 is dimmed and skipped while protection is off
+        ASSERT_TRUE(editor.wait_for_marker(kNetBack));
+        editor.up();
+        ASSERT_TRUE(editor.wait_for_marker(kNetProtection));
+        editor.enter();
+        ASSERT_TRUE(editor.wait_for_text("7 - Password protection:     [Yes]"));
+        choose(editor, kNetPassword, "Set password");
+        int echoed = static_cast<int>(editor.output().size());
+        type(editor, "abc", kNetPassword);
+        EXPECT_EQ(editor.output().find("abc", static_cast<size_t>(echoed)), std::string::npos) << "not echoed";
+        choose(editor, kNetBack, "7 - Network");
+        choose(editor, kSysBack, "Corvane v 5.3.0");
+        save(editor);
+        EXPECT_NE(editor.dir.read("korvel.ini").find("\nPasswordProtection=294\n"), std::string::npos);
+    }
+    {
+        EditorSession editor;
+        std::string korvel = editor.dir.read("korvel.ini");
+        korvel.replace(korvel.find("PasswordProtection=0"), 20, "PasswordProtection=294");
+        editor.dir.write("korvel.ini", korvel);
+        ASSERT_TRUE(editor.open());
+        choose(editor, kMainSystem, "7 - Network");
+        choose(editor, kSysNetwork, "7 - Password protection:     [Yes]");
+        choose(editor, kNetPassword, "Set password");
+        editor.send("\r");  // empty: protection off, the marker back on item 7
+        ASSERT_TRUE(editor.wait_for_marker(kNetProtection)) << editor.screen();
+        EXPECT_NE(editor.row(kNetProtection).find("[No]"), std::string::npos);
+        choose(editor, kNetBack, "7 - Network");
+        choose(editor, kSysBack, "Corvane v 5.3.0");
+        save(editor);
+        EXPECT_NE(editor.dir.read("korvel.ini").find("\nPasswordProtection=0\n"), std::string::npos);
+    }
+}
+
+TEST(Connections, CreateAndConnectAUps) {
+    EditorSession editor;
+    ASSERT_TRUE(editor.open());
+    choose(editor, kMainConnections, "UPS connections");
+    ASSERT_TRUE(editor.wait_for_marker(3));
+    EXPECT_EQ(editor.row(7), "       5 - (not defined)");
+    choose(editor, 7, "1 - UPS name:     (not defined)");
+    choose(editor, kUpsName, "Type * to delete this UPS.");
+    type(editor, "Rack 9 UPS", kUpsName);
+    EXPECT_NE(editor.row(kUpsModel).find("Unknown model code"), std::string::npos);
+
+    choose(editor, kUpsModel, "New value");
+    int bells = editor.bells();
+    editor.send("BADCODE\r");
+    ASSERT_TRUE(editor.wait_until([&] { return editor.bells() == bells + 1; })) << editor.screen();
+    ASSERT_TRUE(editor.wait_for_text("New value")) << "asked again";
+    type(editor, "MERID32009RU0009", kUpsModel);
+    EXPECT_NE(editor.row(kUpsModel).find("MERID32009RU0009"), std::string::npos);
+
+    choose(editor, kUpsConnection, "1 - Connection:     [Serial line]");
+    editor.enter();  // serial -> TCP/IP
+    ASSERT_TRUE(editor.wait_for_text("1 - Connection:     [TCP/IP]")) << editor.screen();
+    choose(editor, kConnAddress, "New value");
+    type(editor, "10.1.2.3", kConnAddress);
+    choose(editor, kConnDevice, "New value [1-65535]");
+    type(editor, "7", kConnDevice);
+    ASSERT_TRUE(editor.move_to(kConnProtection));
+    editor.enter();
+    ASSERT_TRUE(editor.wait_for_text("Password protection:     [Yes]"));
+    choose(editor, kConnPassword, "Set password");
+    type(editor, "secret", kConnPassword);
+    choose(editor, kConnBack, "4 - Connection");
+    choose(editor, kUpsBack, "UPS connections");
+    ASSERT_TRUE(editor.wait_for_marker(7));
+    EXPECT_EQ(editor.row(7), "  -->  5 - Rack 9 UPS       MERID32009RU0009   TCP/IP - 10.1.2.3 - 7");
+    choose(editor, kListBack, "Corvane v 5.3.0");
+    save(editor);
+
+    std::string ups = section(editor.dir.read("korvel.ini"), "UPS_04");
+    for (const char *line : {"Name=\"Rack 9 UPS\"", "Type=\"MERID32009RU0009\"", "Connection=3", "Port=\"/dev/ttyS0\"",
+                             "IPAddress=\"10.1.2.3\"", "Device=7", "Message=1", "MessageRate=60",
+                             "SystemShutdown=1", "SystemShutDelayAllow=1", "SystemShutLeadAllow=0",
+                             "SystemShutdownDelay=5", "SystemShutdownLead=5", "UPSShutdown=0", "UPSShutdownDelay=5",
+                             "UPSReboot=1", "Password=646"}) {
+        EXPECT_NE(ups.find(std::string("\n") + line + "\n"), std::string::npos) << line << " in\n" << ups;
+    }
+}
+
+TEST(Connections, DeleteAUps) {
+    EditorSession editor;
+    // Group 2 uses UPS 4 only; UPS 3 is free.
+    std::string group = editor.dir.read("group_01.ini");
+    group.replace(group.find("[UPS]\nUPS_00=3\nUPS_01=4\n"), 24, "[UPS]\nUPS_01=4\n");
+    editor.dir.write("group_01.ini", group);
+    ASSERT_TRUE(editor.open());
+    choose(editor, kMainConnections, "UPS connections");
+
+    // UPS 1 is a member of group 1: refused.
+    choose(editor, 3, "1 - UPS name:     Main UPS");
+    choose(editor, kUpsName, "Type * to delete this UPS.");
+    editor.send("*\r");
+    ASSERT_TRUE(editor.wait_for_text("A group still uses this UPS")) << editor.screen();
+    ASSERT_TRUE(editor.wait_for_marker(kUpsName)) << editor.screen();
+    EXPECT_NE(editor.row(kUpsName).find("Main UPS"), std::string::npos);
+    choose(editor, kUpsBack, "UPS connections");
+
+    // UPS 3 is free: deleted, and the screen closes.
+    choose(editor, 5, "1 - UPS name:     Network UPS");
+    choose(editor, kUpsName, "Type * to delete this UPS.");
+    editor.send("*\r");
+    ASSERT_TRUE(editor.wait_for_text("UPS connections") && editor.wait_for_marker(5)) << editor.screen();
+    EXPECT_EQ(editor.row(5), "  -->  3 - (not defined)");
+    choose(editor, kListBack, "Corvane v 5.3.0");
+    save(editor);
+
+    std::string korvel = editor.dir.read("korvel.ini");
+    EXPECT_NE(section(korvel, "UPS_02").find("Name=\"Backup UPS\""), std::string::npos) << "the next UPS moved down";
+    EXPECT_EQ(korvel.find("[UPS_03]"), std::string::npos);
+    EXPECT_NE(editor.dir.read("group_01.ini").find("[UPS]\nUPS_01=3\n\n"), std::string::npos)
+        << "the group follows its UPS to number 3";
+    EXPECT_NE(editor.dir.read("group_00.ini").find("[UPS]\nUPS_00=1\nUPS_01=2\n\n"), std::string::npos);
+}
+
+}  // namespace
