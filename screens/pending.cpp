@@ -3,6 +3,4 @@
 #include "screens/screens.h"
 
 void paralel_fnc() {}
-void mess_param() {}
 void shed_param() {}
-void jobs_param() {}

@@ -39,3 +39,52 @@ bool ups_defined(int index);
 void describe_ups(int index, char *line, size_t size);
 // "\n\r       n - " with the blanks that line numbers 1-9 and 10-99 up.
 void print_numbered(unsigned number);
+
+// Messaging.
+void print_mess_param(unsigned row);
+void gsm_param();
+void print_gsm_param(unsigned row);
+void modem_param();
+void print_modem_param(unsigned row);
+void gsm_modem_param();
+void print_gsm_modem_param(unsigned row);
+void wap_param();
+void print_wap_param(unsigned row);
+
+// Jobs.
+void print_jobs_param(unsigned row);
+void jobs_param1();
+void jobs_param2(int first, int last);
+void print_job_param2(unsigned row, int last, int first);
+// Resets jobs first..last of the working copy to their defaults.
+void values_to_default(int first, int last);
+void job_param(int job);
+void print_job_param(unsigned row, int job);
+void job_param1(int job, int action);
+void print_job_param1(unsigned row, int job, int action, unsigned on, unsigned delay, unsigned interval, int kind,
+                      bool even);
+
+// A dialog titled `title` with "1 - yes" and "2 - no" (and `question` below,
+// when given). Enter on yes calls on_yes(argument) and closes the dialog
+// unless `stay_open`; Enter on no closes it.
+void yes_no_dialog(const char *title, const char *question, void (*on_yes)(int), int argument, bool stay_open);
+
+// The eight actions of a job: log, program, local message, network message,
+// shutdown, e-mail, SMS, call.
+constexpr int kJobActions = 8;
+struct JobEntry;
+uint16_t action_switch(const JobEntry &job, int action);
+
+// One action of a job edited on a screen of its own: its switch, its delay
+// and, by kind, its repeat interval and program. Jobs of jobs.ini and group
+// events describe themselves with this and share the screen.
+struct ActionScreen {
+    JobEntry *job;           // whose fields are edited
+    int action;              // 0-7
+    int kind;                // 1 switch only, 2 and delay, 3 and interval, 4 and program
+    bool even;               // repeat intervals exist only for even job or event numbers
+    const char *title;       // the first title line (the second is the action)
+    const char *shown_file;  // shown as the current program before it is edited
+};
+void run_action_screen(const ActionScreen &screen);
+void print_action_screen(unsigned row, const ActionScreen &screen, unsigned on, unsigned delay, unsigned interval);
