@@ -18,48 +18,19 @@ enum ConnectionRow { kConnKind = 7, kConnAddress = 12, kConnDevice = 13, kConnPr
 constexpr int kMainSystem = 10, kMainConnections = 11;
 constexpr int kListBack = 22;  // the connections list's way back
 
-// Moves to `row`, presses Enter and waits for `then` on the screen.
-void choose(EditorSession &editor, int row, const std::string &then) {
-    ASSERT_TRUE(editor.move_to(row)) << editor.screen();
-    editor.enter();
-    ASSERT_TRUE(editor.wait_for_text(then)) << "waiting for '" << then << "'\n" << editor.screen();
-}
-
-// Types a line at the entry's prompt (already shown) and waits for the
-// screen to come back with the marker on `row`.
-void type(EditorSession &editor, const std::string &line, int row) {
-    editor.send(line + "\r");
-    ASSERT_TRUE(editor.wait_for_marker(row)) << editor.screen();
-}
-
-// From the main menu: leave and answer the save question.
-void save(EditorSession &editor, const std::string &answer = "yes") {
-    ASSERT_TRUE(editor.wait_for_marker(kMainSystem) || editor.wait_for_marker(kMainConnections));
-    ASSERT_TRUE(editor.leave_main_menu());
-    ASSERT_TRUE(editor.wait_for_text("Save the changes?")) << editor.screen();
-    editor.send(answer + "\r");
-    ASSERT_TRUE(editor.ended_with(1)) << editor.screen();
-}
-
-std::string section(const std::string &file, const std::string &name) {
-    size_t start = file.find("[" + name + "]\n");
-    if (start == std::string::npos) return "<no [" + name + "]>";
-    return file.substr(start, file.find("\n\n", start) - start);
-}
-
 TEST(SystemParameters, RenameTheSystemAndSwitchTheEventLog) {
     EditorSession editor;
     ASSERT_TRUE(editor.open());
-    choose(editor, kMainSystem, "5 - Event log");
-    choose(editor, kSysName, "New value");
-    type(editor, "Lab rack 7", kSysName);
+    ASSERT_TRUE(editor.choose(kMainSystem, "5 - Event log")) << editor.screen();
+    ASSERT_TRUE(editor.choose(kSysName, "New value")) << editor.screen();
+    ASSERT_TRUE(editor.type("Lab rack 7", kSysName)) << editor.screen();
     EXPECT_EQ(editor.row(kSysName), "  --> 1 - System name:     Lab rack 7");
     ASSERT_TRUE(editor.move_to(kSysEventLog));
     editor.enter();
     ASSERT_TRUE(editor.wait_until([&] { return editor.row(kSysEventLog).find("[No]") != std::string::npos; }));
-    choose(editor, kSysBack, "Corvane v 5.3.0");
-    save(editor);
-    std::string system = section(editor.dir.read("korvel.ini"), "System");
+    ASSERT_TRUE(editor.choose(kSysBack, "Corvane v 5.3.0")) << editor.screen();
+    ASSERT_TRUE(editor.save()) << editor.screen();
+    std::string system = ini_section(editor.dir.read("korvel.ini"), "System");
     EXPECT_NE(system.find("\nName=\"Lab rack 7\"\n"), std::string::npos) << system;
     EXPECT_NE(system.find("\nEventLog=0\n"), std::string::npos) << system;
     EXPECT_NE(system.find("\nLocation=\"Building A, ground floor\"\n"), std::string::npos) << "the rest kept";
@@ -71,8 +42,8 @@ TEST(SystemParameters, ChooseAnotherLanguage) {
     editor.dir.write("lang_01.ini", "Deutsch" + english.substr(7));
     editor.dir.write("lang_03.ini", "Hidden behind the gap" + english.substr(7));
     ASSERT_TRUE(editor.open());
-    choose(editor, kMainSystem, "4 - Language:     English");
-    choose(editor, kSysLanguage, "Choose the language");
+    ASSERT_TRUE(editor.choose(kMainSystem, "4 - Language:     English")) << editor.screen();
+    ASSERT_TRUE(editor.choose(kSysLanguage, "Choose the language")) << editor.screen();
     ASSERT_TRUE(editor.wait_for_marker(8));
     EXPECT_EQ(editor.row(8), "  --> English");
     EXPECT_EQ(editor.row(9), "      Deutsch");
@@ -86,20 +57,20 @@ TEST(SystemParameters, ChooseAnotherLanguage) {
     ASSERT_TRUE(editor.wait_for_marker(9));
     editor.enter();
     ASSERT_TRUE(editor.wait_for_text("4 - Language:     Deutsch")) << editor.screen();
-    choose(editor, kSysBack, "Corvane v 5.3.0");
-    save(editor);
+    ASSERT_TRUE(editor.choose(kSysBack, "Corvane v 5.3.0")) << editor.screen();
+    ASSERT_TRUE(editor.save()) << editor.screen();
     EXPECT_NE(editor.dir.read("korvel.ini").find("\nLanguage=1\n"), std::string::npos);
 }
 
 TEST(SystemParameters, DataLogBoundsInTheWrongOrderAreCorrected) {
     EditorSession editor;
     ASSERT_TRUE(editor.open());
-    choose(editor, kMainSystem, "6.3 - Data log maximum:     2000");
-    choose(editor, kSysMaximum, "New value [1-3000]");
-    type(editor, "5000", kSysMaximum);  // above the 3000 the prompt shows, yet accepted
+    ASSERT_TRUE(editor.choose(kMainSystem, "6.3 - Data log maximum:     2000")) << editor.screen();
+    ASSERT_TRUE(editor.choose(kSysMaximum, "New value [1-3000]")) << editor.screen();
+    ASSERT_TRUE(editor.type("5000", kSysMaximum)) << editor.screen();  // above the 3000 the prompt shows, yet accepted
     EXPECT_NE(editor.row(kSysMaximum).find("5000"), std::string::npos);
 
-    choose(editor, kSysMinimum, "New value [1-3000]");
+    ASSERT_TRUE(editor.choose(kSysMinimum, "New value [1-3000]")) << editor.screen();
     int bells = editor.bells();
     editor.send("30000\r");
     ASSERT_TRUE(editor.wait_for_text("The minimum must stay below the maximum")) << editor.screen();
@@ -107,12 +78,12 @@ TEST(SystemParameters, DataLogBoundsInTheWrongOrderAreCorrected) {
     EXPECT_EQ(editor.bells(), bells + 1);
     EXPECT_NE(editor.row(kSysMinimum).find("4999"), std::string::npos) << editor.row(kSysMinimum);
 
-    choose(editor, kSysMinimum, "New value [1-3000]");
-    type(editor, "30001", kSysMinimum);  // refused: the old value stays
+    ASSERT_TRUE(editor.choose(kSysMinimum, "New value [1-3000]")) << editor.screen();
+    ASSERT_TRUE(editor.type("30001", kSysMinimum)) << editor.screen();  // refused: the old value stays
     EXPECT_NE(editor.row(kSysMinimum).find("4999"), std::string::npos);
-    choose(editor, kSysBack, "Corvane v 5.3.0");
-    save(editor);
-    std::string system = section(editor.dir.read("korvel.ini"), "System");
+    ASSERT_TRUE(editor.choose(kSysBack, "Corvane v 5.3.0")) << editor.screen();
+    ASSERT_TRUE(editor.save()) << editor.screen();
+    std::string system = ini_section(editor.dir.read("korvel.ini"), "System");
     EXPECT_NE(system.find("\nDataLogMin=4999\nDataLogMax=5000\n"), std::string::npos) << system;
 }
 
@@ -120,8 +91,8 @@ TEST(Network, PasswordProtection) {
     {
         EditorSession editor;
         ASSERT_TRUE(editor.open());
-        choose(editor, kMainSystem, "7 - Network");
-        choose(editor, kSysNetwork, "7 - Password protection:     [No]");
+        ASSERT_TRUE(editor.choose(kMainSystem, "7 - Network")) << editor.screen();
+        ASSERT_TRUE(editor.choose(kSysNetwork, "7 - Password protection:     [No]")) << editor.screen();
         ASSERT_TRUE(editor.move_to(kNetProtection));
         editor.down();  // 7.1 is dimmed and skipped while protection is off
         ASSERT_TRUE(editor.wait_for_marker(kNetBack));
@@ -129,13 +100,13 @@ TEST(Network, PasswordProtection) {
         ASSERT_TRUE(editor.wait_for_marker(kNetProtection));
         editor.enter();
         ASSERT_TRUE(editor.wait_for_text("7 - Password protection:     [Yes]"));
-        choose(editor, kNetPassword, "Set password");
+        ASSERT_TRUE(editor.choose(kNetPassword, "Set password")) << editor.screen();
         int echoed = static_cast<int>(editor.output().size());
-        type(editor, "abc", kNetPassword);
+        ASSERT_TRUE(editor.type("abc", kNetPassword)) << editor.screen();
         EXPECT_EQ(editor.output().find("abc", static_cast<size_t>(echoed)), std::string::npos) << "not echoed";
-        choose(editor, kNetBack, "7 - Network");
-        choose(editor, kSysBack, "Corvane v 5.3.0");
-        save(editor);
+        ASSERT_TRUE(editor.choose(kNetBack, "7 - Network")) << editor.screen();
+        ASSERT_TRUE(editor.choose(kSysBack, "Corvane v 5.3.0")) << editor.screen();
+        ASSERT_TRUE(editor.save()) << editor.screen();
         EXPECT_NE(editor.dir.read("korvel.ini").find("\nPasswordProtection=294\n"), std::string::npos);
     }
     {
@@ -144,15 +115,15 @@ TEST(Network, PasswordProtection) {
         korvel.replace(korvel.find("PasswordProtection=0"), 20, "PasswordProtection=294");
         editor.dir.write("korvel.ini", korvel);
         ASSERT_TRUE(editor.open());
-        choose(editor, kMainSystem, "7 - Network");
-        choose(editor, kSysNetwork, "7 - Password protection:     [Yes]");
-        choose(editor, kNetPassword, "Set password");
+        ASSERT_TRUE(editor.choose(kMainSystem, "7 - Network")) << editor.screen();
+        ASSERT_TRUE(editor.choose(kSysNetwork, "7 - Password protection:     [Yes]")) << editor.screen();
+        ASSERT_TRUE(editor.choose(kNetPassword, "Set password")) << editor.screen();
         editor.send("\r");  // empty: protection off, the marker back on item 7
         ASSERT_TRUE(editor.wait_for_marker(kNetProtection)) << editor.screen();
         EXPECT_NE(editor.row(kNetProtection).find("[No]"), std::string::npos);
-        choose(editor, kNetBack, "7 - Network");
-        choose(editor, kSysBack, "Corvane v 5.3.0");
-        save(editor);
+        ASSERT_TRUE(editor.choose(kNetBack, "7 - Network")) << editor.screen();
+        ASSERT_TRUE(editor.choose(kSysBack, "Corvane v 5.3.0")) << editor.screen();
+        ASSERT_TRUE(editor.save()) << editor.screen();
         EXPECT_NE(editor.dir.read("korvel.ini").find("\nPasswordProtection=0\n"), std::string::npos);
     }
 }
@@ -160,42 +131,42 @@ TEST(Network, PasswordProtection) {
 TEST(Connections, CreateAndConnectAUps) {
     EditorSession editor;
     ASSERT_TRUE(editor.open());
-    choose(editor, kMainConnections, "UPS connections");
+    ASSERT_TRUE(editor.choose(kMainConnections, "UPS connections")) << editor.screen();
     ASSERT_TRUE(editor.wait_for_marker(3));
     EXPECT_EQ(editor.row(7), "       5 - (not defined)");
-    choose(editor, 7, "1 - UPS name:     (not defined)");
-    choose(editor, kUpsName, "Type * to delete this UPS.");
-    type(editor, "Rack 9 UPS", kUpsName);
+    ASSERT_TRUE(editor.choose(7, "1 - UPS name:     (not defined)")) << editor.screen();
+    ASSERT_TRUE(editor.choose(kUpsName, "Type * to delete this UPS.")) << editor.screen();
+    ASSERT_TRUE(editor.type("Rack 9 UPS", kUpsName)) << editor.screen();
     EXPECT_NE(editor.row(kUpsModel).find("Unknown model code"), std::string::npos);
 
-    choose(editor, kUpsModel, "New value");
+    ASSERT_TRUE(editor.choose(kUpsModel, "New value")) << editor.screen();
     int bells = editor.bells();
     editor.send("BADCODE\r");
     ASSERT_TRUE(editor.wait_until([&] { return editor.bells() == bells + 1; })) << editor.screen();
     ASSERT_TRUE(editor.wait_for_text("New value")) << "asked again";
-    type(editor, "MERID32009RU0009", kUpsModel);
+    ASSERT_TRUE(editor.type("MERID32009RU0009", kUpsModel)) << editor.screen();
     EXPECT_NE(editor.row(kUpsModel).find("MERID32009RU0009"), std::string::npos);
 
-    choose(editor, kUpsConnection, "1 - Connection:     [Serial line]");
+    ASSERT_TRUE(editor.choose(kUpsConnection, "1 - Connection:     [Serial line]")) << editor.screen();
     editor.enter();  // serial -> TCP/IP
     ASSERT_TRUE(editor.wait_for_text("1 - Connection:     [TCP/IP]")) << editor.screen();
-    choose(editor, kConnAddress, "New value");
-    type(editor, "10.1.2.3", kConnAddress);
-    choose(editor, kConnDevice, "New value [1-65535]");
-    type(editor, "7", kConnDevice);
+    ASSERT_TRUE(editor.choose(kConnAddress, "New value")) << editor.screen();
+    ASSERT_TRUE(editor.type("10.1.2.3", kConnAddress)) << editor.screen();
+    ASSERT_TRUE(editor.choose(kConnDevice, "New value [1-65535]")) << editor.screen();
+    ASSERT_TRUE(editor.type("7", kConnDevice)) << editor.screen();
     ASSERT_TRUE(editor.move_to(kConnProtection));
     editor.enter();
     ASSERT_TRUE(editor.wait_for_text("Password protection:     [Yes]"));
-    choose(editor, kConnPassword, "Set password");
-    type(editor, "secret", kConnPassword);
-    choose(editor, kConnBack, "4 - Connection");
-    choose(editor, kUpsBack, "UPS connections");
+    ASSERT_TRUE(editor.choose(kConnPassword, "Set password")) << editor.screen();
+    ASSERT_TRUE(editor.type("secret", kConnPassword)) << editor.screen();
+    ASSERT_TRUE(editor.choose(kConnBack, "4 - Connection")) << editor.screen();
+    ASSERT_TRUE(editor.choose(kUpsBack, "UPS connections")) << editor.screen();
     ASSERT_TRUE(editor.wait_for_marker(7));
     EXPECT_EQ(editor.row(7), "  -->  5 - Rack 9 UPS       MERID32009RU0009   TCP/IP - 10.1.2.3 - 7");
-    choose(editor, kListBack, "Corvane v 5.3.0");
-    save(editor);
+    ASSERT_TRUE(editor.choose(kListBack, "Corvane v 5.3.0")) << editor.screen();
+    ASSERT_TRUE(editor.save()) << editor.screen();
 
-    std::string ups = section(editor.dir.read("korvel.ini"), "UPS_04");
+    std::string ups = ini_section(editor.dir.read("korvel.ini"), "UPS_04");
     for (const char *line : {"Name=\"Rack 9 UPS\"", "Type=\"MERID32009RU0009\"", "Connection=3", "Port=\"/dev/ttyS0\"",
                              "IPAddress=\"10.1.2.3\"", "Device=7", "Message=1", "MessageRate=60",
                              "SystemShutdown=1", "SystemShutDelayAllow=1", "SystemShutLeadAllow=0",
@@ -212,28 +183,28 @@ TEST(Connections, DeleteAUps) {
     group.replace(group.find("[UPS]\nUPS_00=3\nUPS_01=4\n"), 24, "[UPS]\nUPS_01=4\n");
     editor.dir.write("group_01.ini", group);
     ASSERT_TRUE(editor.open());
-    choose(editor, kMainConnections, "UPS connections");
+    ASSERT_TRUE(editor.choose(kMainConnections, "UPS connections")) << editor.screen();
 
     // UPS 1 is a member of group 1: refused.
-    choose(editor, 3, "1 - UPS name:     Main UPS");
-    choose(editor, kUpsName, "Type * to delete this UPS.");
+    ASSERT_TRUE(editor.choose(3, "1 - UPS name:     Main UPS")) << editor.screen();
+    ASSERT_TRUE(editor.choose(kUpsName, "Type * to delete this UPS.")) << editor.screen();
     editor.send("*\r");
     ASSERT_TRUE(editor.wait_for_text("A group still uses this UPS")) << editor.screen();
     ASSERT_TRUE(editor.wait_for_marker(kUpsName)) << editor.screen();
     EXPECT_NE(editor.row(kUpsName).find("Main UPS"), std::string::npos);
-    choose(editor, kUpsBack, "UPS connections");
+    ASSERT_TRUE(editor.choose(kUpsBack, "UPS connections")) << editor.screen();
 
     // UPS 3 is free: deleted, and the screen closes.
-    choose(editor, 5, "1 - UPS name:     Network UPS");
-    choose(editor, kUpsName, "Type * to delete this UPS.");
+    ASSERT_TRUE(editor.choose(5, "1 - UPS name:     Network UPS")) << editor.screen();
+    ASSERT_TRUE(editor.choose(kUpsName, "Type * to delete this UPS.")) << editor.screen();
     editor.send("*\r");
     ASSERT_TRUE(editor.wait_for_text("UPS connections") && editor.wait_for_marker(5)) << editor.screen();
     EXPECT_EQ(editor.row(5), "  -->  3 - (not defined)");
-    choose(editor, kListBack, "Corvane v 5.3.0");
-    save(editor);
+    ASSERT_TRUE(editor.choose(kListBack, "Corvane v 5.3.0")) << editor.screen();
+    ASSERT_TRUE(editor.save()) << editor.screen();
 
     std::string korvel = editor.dir.read("korvel.ini");
-    EXPECT_NE(section(korvel, "UPS_02").find("Name=\"Backup UPS\""), std::string::npos) << "the next UPS moved down";
+    EXPECT_NE(ini_section(korvel, "UPS_02").find("Name=\"Backup UPS\""), std::string::npos) << "the next UPS moved down";
     EXPECT_EQ(korvel.find("[UPS_03]"), std::string::npos);
     EXPECT_NE(editor.dir.read("group_01.ini").find("[UPS]\nUPS_01=3\n\n"), std::string::npos)
         << "the group follows its UPS to number 3";

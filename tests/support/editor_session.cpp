@@ -12,6 +12,7 @@ EditorSession::EditorSession(const std::string &korvel_dir) {
 bool EditorSession::open(bool wait_for_menu) {
     Options options;
     options.cwd = dir.path();
+    options.environment = environment;
     if (!start({dir.path("corvane")}, options)) return false;
     return !wait_for_menu || (wait_for_text("Corvane v 5.3.0 10/2012") && wait_for_marker(10));
 }
@@ -51,4 +52,27 @@ bool EditorSession::leave_main_menu() {
 
 bool EditorSession::ended_with(int status) {
     return wait_exit(5000) && WIFEXITED(wait_status()) && WEXITSTATUS(wait_status()) == status;
+}
+
+bool EditorSession::choose(int target, const std::string &then) {
+    if (!move_to(target)) return false;
+    enter();
+    return wait_for_text(then);
+}
+
+bool EditorSession::type(const std::string &line, int target) {
+    send(line + "\r");
+    return wait_for_marker(target);
+}
+
+bool EditorSession::save(const std::string &answer) {
+    if (!wait_for_marker() || !leave_main_menu() || !wait_for_text("Save the changes?")) return false;
+    send(answer + "\r");
+    return ended_with(1);
+}
+
+std::string ini_section(const std::string &file, const std::string &name) {
+    size_t start = file.find("[" + name + "]\n");
+    if (start == std::string::npos) return "<no [" + name + "]>";
+    return file.substr(start, file.find("\n\n", start) - start);
 }

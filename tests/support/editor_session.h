@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "support/pty_session.h"
 #include "support/scratch_dir.h"
@@ -15,6 +16,8 @@ struct EditorSession : PtySession {
     // Starts the editor; true once the main menu is up (or, with
     // `wait_for_menu` false, once it runs).
     bool open(bool wait_for_menu = true);
+    // Added to the editor's environment at open().
+    std::vector<std::string> environment;
 
     // The row of the "-->" marker, or -1.
     int marker_row() const;
@@ -26,4 +29,17 @@ struct EditorSession : PtySession {
     // From the main menu: down to its exit item and Enter.
     bool leave_main_menu();
     bool ended_with(int status);
+
+    // Moves to `row`, presses Enter and waits until `then` is on the screen.
+    bool choose(int row, const std::string &then);
+    // Types a line at the prompt already shown and waits for the screen to
+    // come back with the marker on `row`.
+    bool type(const std::string &line, int row);
+    // From the main menu: leaves, answers the save question with `answer`
+    // and waits for the end with status 1.
+    bool save(const std::string &answer = "yes");
 };
+
+// Section [name] of an INI text, from its header to the line before the
+// empty line that ends it.
+std::string ini_section(const std::string &file, const std::string &name);

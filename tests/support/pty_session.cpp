@@ -73,6 +73,7 @@ bool PtySession::start(const std::vector<std::string> &argv, const Options &opti
         struct rlimit no_core {};
         setrlimit(RLIMIT_CORE, &no_core);  // SIGQUIT tests must not leave core files
         setenv("TERM", "xterm", 1);
+        for (const std::string &setting : options.environment) putenv(const_cast<char *>(setting.c_str()));
         execv(args[0], args.data());
         _exit(127);
     }

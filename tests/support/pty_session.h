@@ -20,6 +20,7 @@ public:
         int cols = 100;
         std::string cwd;          // empty: the test's own
         bool stdin_null = false;  // standard input from /dev/null instead of the terminal
+        std::vector<std::string> environment;  // NAME=value settings added for the program
     };
 
     PtySession();
