@@ -59,6 +59,59 @@ void describe_ups(int index, char *line, size_t size) {
     std::snprintf(line, size, "%s %s %s", name, model, link);
 }
 
+int choose_ups(bool with_remove) {
+    constexpr unsigned kChooserFirstLine = 4, kRemove = 18;
+    print_escapeseq(SEQ_CLEAR);
+    cursor_gotopos(1, 0, 0);
+    print_line(1);
+    print_center(LangText[330]);
+    print_line(1);
+    for (int index = 0; index < kUpsEntries; ++index) {
+        print_numbered(static_cast<unsigned>(index) + 1);
+        char line[256];
+        if (ups_defined(index)) {
+            describe_ups(index, line, sizeof line);
+            print_value("%s", line);
+        } else {
+            print_value("%s", LangText[335]);
+        }
+    }
+    const unsigned last = with_remove ? kRemove : kLastEntry;
+    if (with_remove) {
+        print_line(0);
+        con_printf("\n\r      %u - %s", 17u, LangText[2]);
+    }
+    con_puts("\n\r");
+    print_line(1);
+    unsigned row = 1;
+    place_marker(row, kChooserFirstLine);
+    for (;;) {
+        MenuKey key = read_key();
+        if (key == KEY_DOWN && row < last) move_marker(row, row == kLastEntry ? kRemove : row + 1, kChooserFirstLine);
+        if (key == KEY_UP && row > 1) move_marker(row, row == kRemove ? kLastEntry : row - 1, kChooserFirstLine);
+        if (key != KEY_ENTER) continue;
+        if (row == kRemove) return kRemoveChosen;
+        int index = static_cast<int>(row) - 1;
+        return ups_defined(index) ? index : kUndefinedChosen;
+    }
+}
+
+unsigned pick_from_list(const char *title, const char *const *labels, unsigned count) {
+    constexpr unsigned kListFirstLine = 9;
+    draw_title_block(4, title);
+    for (unsigned item = 1; item <= count; ++item) con_printf("\n\r      %u - %s", item, labels[item - 1]);
+    con_puts("\n\r");
+    print_line(1);
+    unsigned row = 1;
+    place_marker(row, kListFirstLine);
+    for (;;) {
+        MenuKey key = read_key();
+        if (key == KEY_DOWN && row < count) move_marker(row, row + 1, kListFirstLine);
+        if (key == KEY_UP && row > 1) move_marker(row, row - 1, kListFirstLine);
+        if (key == KEY_ENTER) return row;
+    }
+}
+
 void print_numbered(unsigned number) {
     // Numbers up to 9 get one more blank, so that the dashes line up.
     con_printf(number <= 9 ? "\n\r       %u - " : "\n\r      %u - ", number);

@@ -3,4 +3,3 @@
 #include "screens/screens.h"
 
 void paralel_fnc() {}
-void shed_param() {}

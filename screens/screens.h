@@ -88,3 +88,16 @@ struct ActionScreen {
 };
 void run_action_screen(const ActionScreen &screen);
 void print_action_screen(unsigned row, const ActionScreen &screen, unsigned on, unsigned delay, unsigned interval);
+
+// The list of the sixteen UPS entries to choose one from. Returns the index
+// of the defined entry chosen, kUndefinedChosen for an undefined one, or
+// (when `with_remove`, which adds the item "17 - remove") kRemoveChosen.
+constexpr int kUndefinedChosen = -1, kRemoveChosen = -2;
+int choose_ups(bool with_remove);
+// A list of `count` labels under `title`; returns the item chosen, 1-count.
+unsigned pick_from_list(const char *title, const char *const *labels, unsigned count);
+
+// Schedules.
+void print_sched_param(unsigned selected);
+void sch_param(int index);
+void print_sch_param(unsigned selected, int index);

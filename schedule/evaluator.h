@@ -1,0 +1,48 @@
+// Which scheduled action fires in which minute, and the view of the actions
+// of the coming 100 days.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+
+#include "config/record.h"
+
+// The schedule entry that matched last.
+extern ScheduleEntry ShedAction;
+
+// 1 when schedule `index` of `record` fires in the minute of `moment`; the
+// entry is then copied into ShedAction.
+int TestSchedules(int64_t moment, const ConfigRecord &record, int index);
+
+// One line of the view: schedule `index` fires in the minute whose local time
+// is `when`.
+struct Firing {
+    struct tm when;
+    int index;
+};
+using FiringSink = void (*)(const Firing &firing, void *context);
+
+// The minutes from `start` while before `end`, and the schedules of `record`
+// that fire in each, in order: once ten lines are reached, at most one per
+// minute. `start` is advanced to where the scan stopped; the count of lines
+// is returned. scan_literally asks TestSchedules about every minute and
+// schedule, as Korvel does; scan_schedules finds the same lines directly
+// from the schedules' local times.
+int scan_literally(int64_t &start, int64_t end, const ConfigRecord &record, FiringSink sink, void *context);
+int scan_schedules(int64_t &start, int64_t end, const ConfigRecord &record, FiringSink sink, void *context);
+
+// The label of a schedule action (text 278 for an unknown one).
+const char *schedule_action_label(unsigned action);
+
+// Draws the actions of the working copy from `start` to `end` with the
+// marker on `selected`; returns the number of lines listed.
+int print_next_actions(int64_t &start, int64_t end, unsigned selected);
+
+// The view as the schedule list opens it; its state lives as long as one
+// visit of the schedule list (closed once, it is drawn and closed at once
+// when opened again in the same visit, with its marker where it was).
+struct NextActionsView {
+    bool open = true;
+    unsigned selected = 1;
+};
+void next_actions(NextActionsView &view);
