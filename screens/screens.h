@@ -101,3 +101,31 @@ unsigned pick_from_list(const char *title, const char *const *labels, unsigned c
 void print_sched_param(unsigned selected);
 void sch_param(int index);
 void print_sch_param(unsigned selected, int index);
+
+// Parallel operation and groups.
+void print_paralel_fnc(unsigned row);
+void print_paralel_group(unsigned row);
+void group_param(int group);
+void print_group_param(unsigned row, int group);
+void load_profile(int group);
+void save_profile(int group);
+void gr_ups(int group);
+void print_gr_ups(unsigned row, int group);
+void gr_event(int group);
+void print_gr_event(unsigned row, int group, unsigned first, unsigned last);
+void gr_event_param(int group, int event);
+void print_gr_event_param(unsigned row, int group, int event);
+// The display text of condition `slot` (0-5) of an event: its type's name and
+// the qualifier's number.
+void fill_gr_event_name(int group, int event, int slot, char *text, size_t size);
+// The name of a condition type: the events of jobs 0-21 for 1-22, then the
+// two group conditions.
+const char *event_type_name(unsigned type);
+void group_job_param_new(int group, int event);
+void print_group_param_new(unsigned row, int group, int event);
+void group_job_param2(int group, int event, int slot);
+void print_group_job_param2(unsigned row, int group, int event, int slot);
+void print_group_job_event(unsigned row, unsigned first, unsigned last);
+void group_job_param1(int group, int event, int action);
+void print_group_job_param1(unsigned row, int group, int event, int action, unsigned on, unsigned delay,
+                            unsigned interval, int kind, bool even);
