@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <sys/stat.h>
 
 #include "config/fields.h"
 #include "config/record.h"
@@ -119,6 +120,12 @@ static void read_key_line(int file, char *line) {
 int EncodeINIFile(int file, const char *path) {
     FILE *stream = std::fopen(path, "r");
     if (!stream) return 1;
+    // A directory opens like a file but reads as nothing: it is no file.
+    struct stat state;
+    if (fstat(fileno(stream), &state) != 0 || S_ISDIR(state.st_mode)) {
+        std::fclose(stream);
+        return 1;
+    }
     // 298 characters at a time: the rest of a longer line is read as a line
     // of its own.
     char line[300];

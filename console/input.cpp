@@ -63,10 +63,10 @@ MenuKey read_key() {
 }
 
 // Reads up to LF or CR into `line` (which has room for keep + 1 bytes),
-// keeping `keep` characters and dropping the rest, with a bell for each
-// dropped one when `bell` is set. Returns the number kept, or -1 when the
-// input ended before the line did.
-static int read_line(char *line, int keep, bool bell) {
+// keeping `keep` characters and dropping the rest. For a `text` (not a
+// number) each dropped character rings the bell. Returns the number kept, or
+// -1 when the input ended before the line did.
+static int read_line(char *line, int keep, bool text) {
     int count = 0;
     for (;;) {
         int c = console_getc();
@@ -76,7 +76,13 @@ static int read_line(char *line, int keep, bool bell) {
         }
         if (c == '\n' || c == '\r') break;
         if (count >= keep) {
-            if (bell) beep();
+            if (text) beep();
+            continue;
+        }
+        if (text && (c == '"' || c == '\0')) {
+            // Korvel's files cannot hold a double quote inside a value, nor
+            // anything after a zero byte: refused like an overlong character.
+            beep();
             continue;
         }
         line[count++] = static_cast<char>(c);

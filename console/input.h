@@ -33,7 +33,8 @@ MenuKey read_key();
 constexpr int kLineMax = 300;
 
 // Reads a line; at most max - 2 characters are kept, each further one rings
-// the bell. An empty or ESC-led line leaves `destination` unchanged.
+// the bell, and so does a double quote or a zero byte, which the files
+// cannot hold. An empty or ESC-led line leaves `destination` unchanged.
 void get_str(char *destination, int max, const char *prompt);
 // As get_str without colour, and Enter on an empty line is ignored.
 void get_prtk(char *destination, int max, const char *prompt);

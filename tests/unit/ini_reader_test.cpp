@@ -230,9 +230,13 @@ TEST_F(Reader, LoadingOrderAndResults) {
     EXPECT_EQ(LoadGroupsINI(), 0);
     EXPECT_EQ(TEXT_OF(INI.Group[9].Name), "J");
 
-    // A directory where a file should be is read as an empty file.
+    // A directory where a file should be is no file: optional ones are
+    // skipped, korvel.ini is missing.
     ASSERT_EQ(mkdir(dir_.path("sensor.ini").c_str(), 0755), 0);
     EXPECT_EQ(LoadINI(), 0);
+    ASSERT_EQ(std::remove(dir_.path("korvel.ini").c_str()), 0);
+    ASSERT_EQ(mkdir(dir_.path("korvel.ini").c_str(), 0755), 0);
+    EXPECT_EQ(LoadINI(), 1);
 }
 
 }  // namespace

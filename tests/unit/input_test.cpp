@@ -63,6 +63,13 @@ TEST(TextEntry, EmptyOrEscapeLeavesTheFieldAlone) {
     get_str(field, 32, "p");
     EXPECT_STREQ(field, "ab");
 
+    // What the files cannot hold is refused with the bell.
+    console.take_output();
+    console.type(std::string("a\"b") + '\0' + "c\n");
+    get_str(field, 32, "p");
+    EXPECT_STREQ(field, "abc");
+    EXPECT_EQ(console.take_output().substr(std::string("\np\t").size() + 7), "\a\a");
+
     // Fields wider than the usual lines (paths of 260) keep their full width.
     char path[260];
     console.type(std::string(300, 'p') + "\n");
