@@ -40,10 +40,7 @@ fuzz:
 	tools/install-deps fuzz
 	CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_FUZZ=ON
 	cmake --build $(FUZZ_BUILD) -j$(JOBS)
-	cd $(FUZZ_BUILD) && for f in fuzz/fuzz_*; do \
-	  [ -x "$$f" ] || continue; name=$$(basename $$f); mkdir -p corpus/$$name; \
-	  "$$f" -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 corpus/$$name ../fuzz/seeds/$$name || exit 1; \
-	done
+	tools/fuzz $(FUZZ_BUILD) $(FUZZ_SECONDS)
 
 clean:
 	rm -rf $(BUILD) $(TEST_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)

@@ -1,0 +1,188 @@
+#include "fuzz/checks.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <ftw.h>
+#include <sstream>
+#include <string>
+#include <sys/stat.h>
+
+#include "app/model_code.h"
+#include "config/fields.h"
+#include "config/group_profile.h"
+#include "config/ini_reader.h"
+#include "config/ini_writer.h"
+#include "config/record.h"
+#include "console/globals.h"
+#include "console/lang.h"
+#include "schedule/codec.h"
+
+namespace {
+
+void require(bool holds, const char *what) {
+    if (holds) return;
+    std::fprintf(stderr, "check failed: %s\n", what);
+    std::abort();
+}
+
+std::string scratch_top;
+
+int remove_entry(const char *path, const struct stat *, int, struct FTW *) { return remove(path); }
+void remove_scratch() { nftw(scratch_top.c_str(), remove_entry, 8, FTW_DEPTH | FTW_PHYS); }
+
+// Three scratch directories, made once per process and removed at its end.
+const std::string &scratch(int which) {
+    static std::string dirs[3];
+    if (dirs[0].empty()) {
+        // In memory where there is such a file system: saves sync every file.
+        struct stat shm;
+        char pattern[64];
+        std::snprintf(pattern, sizeof pattern, "%s/corvane-check-XXXXXX",
+                      stat("/dev/shm", &shm) == 0 && S_ISDIR(shm.st_mode) ? "/dev/shm" : "/tmp");
+        require(mkdtemp(pattern) != nullptr, "a scratch directory");
+        scratch_top = pattern;
+        std::atexit(remove_scratch);
+        for (int i = 0; i < 3; ++i) {
+            dirs[i] = std::string(pattern) + "/" + static_cast<char>('a' + i) + "/";
+            mkdir(dirs[i].c_str(), 0700);
+        }
+    }
+    return dirs[which];
+}
+
+void write_file(const std::string &path, const uint8_t *data, size_t size) {
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char *>(data), static_cast<std::streamsize>(size));
+}
+
+std::string read_file(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+void use_directory(const std::string &dir) { std::snprintf(ProgramDir, kProgramDirSize, "%s", dir.c_str()); }
+
+void load(IniFile file, const std::string &path) {
+    std::memset(&INI, 0, sizeof INI);
+    actual_section = 255;
+    g_index = 0;
+    EncodeINIFile(file, path.c_str());
+    if (file == kKorvelIni) DecodeSchedules();
+}
+
+std::string save(IniFile file, const char *name, const std::string &dir) {
+    use_directory(dir);
+    int error;
+    if (file == kKorvelIni) {
+        EncodeSchedules();
+        error = SaveKorvelINI();
+    } else if (file == kGroupIni) {
+        error = write_ini_file(kGroupIni, name, reinterpret_cast<const unsigned char *>(&INI.Group[0]));
+    } else {
+        error = write_ini_file(file, name, reinterpret_cast<const unsigned char *>(&INI));
+    }
+    require(error == 0, "saving to a scratch directory");
+    return read_file(dir + name);
+}
+
+void check_ini_file(IniFile file, const char *name, const uint8_t *data, size_t size) {
+    write_file(scratch(0) + name, data, size);
+    load(file, scratch(0) + name);
+    save(file, name, scratch(1));
+    // The first save may still drop what only the odd input carried (a
+    // section past an array, a quote written into a text); from then on the
+    // files must stay as they are.
+    load(file, scratch(1) + name);
+    std::string second = save(file, name, scratch(2));
+    load(file, scratch(2) + name);
+    std::string third = save(file, name, scratch(1));
+    require(second == third, "loading and saving again changes nothing");
+}
+
+}  // namespace
+
+void check_korvel_ini(const uint8_t *data, size_t size) { check_ini_file(kKorvelIni, "korvel.ini", data, size); }
+void check_jobs_ini(const uint8_t *data, size_t size) { check_ini_file(kJobsIni, "jobs.ini", data, size); }
+void check_jobs_sts_ini(const uint8_t *data, size_t size) { check_ini_file(kJobsStsIni, "jobsSTS.ini", data, size); }
+void check_sensor_ini(const uint8_t *data, size_t size) { check_ini_file(kSensorIni, "sensor.ini", data, size); }
+void check_group_ini(const uint8_t *data, size_t size) { check_ini_file(kGroupIni, "group_00.ini", data, size); }
+
+void check_language_file(const uint8_t *data, size_t size) {
+    static bool allocated = AllocText() == 0;
+    require(allocated, "text buffers");
+    write_file(scratch(0) + "lang_00.ini", data, size);
+    write_file(scratch(0) + "lang1_00.ini", data, size);
+    use_directory(scratch(0));
+    for (int kind : {kCorvane, kTarnwick, kHalverton}) {
+        LoadText(kind, 0);
+        for (char *text : LangText) require(std::memchr(text, '\0', kTextSize) != nullptr, "texts terminated");
+        require(std::memchr(LangFileVersion, '\0', sizeof LangFileVersion) != nullptr, "version terminated");
+        for (const char *status : sys_mess) require(std::memchr(status, '\0', sizeof sys_mess[0]) != nullptr, "status texts");
+        for (const char *line : LM) require(std::memchr(line, '\0', sizeof LM[0]) != nullptr, "lines terminated");
+    }
+}
+
+void check_group_profile(const uint8_t *data, size_t size) {
+    static GroupEvent loaded[kGroupEvents], again[kGroupEvents];
+    write_file(scratch(0) + "profile", data, size);
+    std::memset(loaded, 0xEE, sizeof loaded);
+    require(LoadGroupProfile((scratch(0) + "profile").c_str(), loaded) == 0, "a profile loads");
+    require(SaveGroupProfile((scratch(1) + "profile").c_str(), loaded) == 0, "a profile saves");
+    require(LoadGroupProfile((scratch(1) + "profile").c_str(), again) == 0, "a saved profile loads");
+    // The events in use come back in order; those not in use are not saved.
+    int next = 0;
+    for (const GroupEvent &event : loaded) {
+        if (event.Type[0] == 0) continue;
+        require(std::memcmp(&again[next++], &event, sizeof event) == 0, "the same events");
+    }
+    const GroupEvent zero = {};
+    for (; next < kGroupEvents; ++next) require(std::memcmp(&again[next], &zero, sizeof zero) == 0, "nothing more");
+}
+
+void check_schedules(const uint8_t *data, size_t size) {
+    std::memset(&INI, 0, sizeof INI);
+    for (int i = 0; i < kSchedules && static_cast<size_t>(i) * 20 < size; ++i) {
+        size_t length = size - static_cast<size_t>(i) * 20 < 20 ? size - static_cast<size_t>(i) * 20 : 20;
+        std::memcpy(INI.Schedule[i].Data, data + i * 20, length);
+    }
+    DecodeSchedules();
+    ScheduleEntry decoded[kSchedules];
+    std::memcpy(decoded, INI.Schedule, sizeof decoded);
+    EncodeSchedules();
+    DecodeSchedules();
+    for (int i = 0; i < kSchedules; ++i) {
+        const ScheduleEntry &entry = INI.Schedule[i];
+        if (decoded[i].Action == kActionUnused) {
+            const ScheduleEntry zero = {};
+            require(std::memcmp(&entry, &zero, sizeof zero) == 0, "an unused schedule is cleared");
+            continue;
+        }
+        require(std::strlen(entry.Data) == 18 && std::strspn(entry.Data, "0123456789ABCDEF") == 18,
+                "18 upper-case digits");
+        require(entry.StartTime == decoded[i].StartTime && entry.UpsIndex == decoded[i].UpsIndex &&
+                    entry.Action == decoded[i].Action && entry.Period == decoded[i].Period &&
+                    entry.PeriodDay == decoded[i].PeriodDay,
+                "decoding what was encoded gives the same schedule");
+    }
+}
+
+void check_model_code(const uint8_t *data, size_t size) {
+    char code[64];
+    size_t width = size < sizeof code ? size : sizeof code;
+    std::memcpy(code, data, width);
+    const UpsModel *model = FindUpsModelTxt(code, width);
+    size_t length = strnlen(code, width < 50 ? width : 50);
+    char speed = length > 6 ? code[6] : 0;
+    bool valid = length >= 12 && (std::strncmp(code, "TOVAR", 5) == 0 || std::strncmp(code, "MERID", 5) == 0) &&
+                 (speed == '1' || speed == '2' || speed == '4' || speed == '9');
+    require((model != nullptr) == valid, "valid exactly when family, length and speed are");
+    if (!valid) {
+        require(std::strcmp(FindModel.name, "Unknow model") == 0 && FindModel.brand == 255, "reset after a failure");
+        return;
+    }
+    require(std::strlen(FindModel.name) == length && std::memcmp(FindModel.name, code, length) == 0, "the code kept");
+    require(FindModel.brand <= 5 && FindModel.brand != 255, "a brand");
+}
