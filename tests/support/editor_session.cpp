@@ -11,7 +11,7 @@ EditorSession::EditorSession(const std::string &korvel_dir) {
 
 bool EditorSession::open(bool wait_for_menu) {
     Options options;
-    options.cwd = dir.path();
+    options.cwd = cwd.empty() ? dir.path() : cwd;
     options.environment = environment;
     if (!start({dir.path("corvane")}, options)) return false;
     return !wait_for_menu || (wait_for_text("Corvane v 5.3.0 10/2012") && wait_for_marker(10));

@@ -18,6 +18,8 @@ struct EditorSession : PtySession {
     bool open(bool wait_for_menu = true);
     // Added to the editor's environment at open().
     std::vector<std::string> environment;
+    // The editor's working directory; empty: the Korvel directory.
+    std::string cwd;
 
     // The row of the "-->" marker, or -1.
     int marker_row() const;

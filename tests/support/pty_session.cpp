@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -130,7 +131,7 @@ bool PtySession::wait_until(const std::function<bool()> &ready, int timeout_ms) 
     for (;;) {
         if (ready()) return true;
         if (std::chrono::steady_clock::now() >= deadline) return false;
-        if (!pump(20)) {
+        if (!pump(5)) {
             bool ended = exited_;
             check_exit();
             // Once the program is gone and its last output is read, waiting
@@ -220,3 +221,8 @@ void PtySession::hangup() {
 void PtySession::signal(int signal_number) { ::kill(pid_, signal_number); }
 
 bool PtySession::modes(struct termios *state) const { return tcgetattr(slave_, state) == 0; }
+
+int PtySession::unread_input() const {
+    int count = 0;
+    return ioctl(slave_, FIONREAD, &count) == 0 ? count : -1;
+}

@@ -68,6 +68,9 @@ public:
     void signal(int signal_number);
     // The terminal modes as the program last set them.
     bool modes(struct termios *state) const;
+    // Bytes sent that the program has not read yet (in line mode, only
+    // complete lines count: a partial line waits for the rest).
+    int unread_input() const;
 
 private:
     friend struct PtyCallbacks;

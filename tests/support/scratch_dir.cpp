@@ -70,7 +70,7 @@ static void copy_tree(const std::string &from, const std::string &to) {
         std::string name = entry->d_name;
         if (name == "." || name == "..") continue;
         struct stat state;
-        if (stat((from + "/" + name).c_str(), &state) != 0) continue;
+        if (lstat((from + "/" + name).c_str(), &state) != 0) continue;  // links are not copied
         if (S_ISDIR(state.st_mode)) {
             mkdir((to + name).c_str(), 0755);
             copy_tree(from + "/" + name, to + name + "/");

@@ -19,7 +19,7 @@ public:
     bool exists(const std::string &name) const;
     // The names of the directory's entries, sorted.
     std::vector<std::string> list() const;
-    // Copies `directory`'s files and subdirectories in.
+    // Copies `directory`'s files and subdirectories in (not its links).
     void copy_from(const std::string &directory) const;
 
 private:
