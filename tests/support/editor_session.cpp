@@ -1,5 +1,8 @@
 #include "support/editor_session.h"
 
+#include <cstdio>
+#include <ftw.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,10 +12,32 @@ EditorSession::EditorSession(const std::string &korvel_dir) {
     if (symlink(CORVANE_EDITOR, dir.path("corvane").c_str()) != 0) dir.write("no-editor", "");
 }
 
+// Lets an unprivileged user read the directory and run the editor, whatever
+// the umask the files were made with: the link to the build's editor becomes
+// a copy anyone may run.
+static int open_up(const char *path, const struct stat *state, int, struct FTW *) {
+    // A link is left alone: chmod would change what it points to.
+    if (!S_ISLNK(state->st_mode)) chmod(path, S_ISDIR(state->st_mode) ? 0755 : 0644);
+    return 0;
+}
+
+void EditorSession::open_up_for_anyone() {
+    nftw(dir.path().c_str(), open_up, 8, FTW_PHYS);
+    std::remove(dir.path("corvane").c_str());
+    dir.write("corvane", read_file(CORVANE_EDITOR));
+    chmod(dir.path("corvane").c_str(), 0755);
+}
+
 bool EditorSession::open(bool wait_for_menu) {
     Options options;
     options.cwd = cwd.empty() ? dir.path() : cwd;
+    options.unprivileged = unprivileged;
     options.environment = environment;
+    if (unprivileged) {
+        open_up_for_anyone();
+        // The shell gives up at a PATH directory it may not search (root's own).
+        options.environment.insert(options.environment.begin(), "PATH=/usr/local/bin:/usr/bin:/bin");
+    }
     if (!start({dir.path("corvane")}, options)) return false;
     return !wait_for_menu || (wait_for_text("Corvane v 5.3.0 10/2012") && wait_for_marker(10));
 }

@@ -20,6 +20,8 @@ struct EditorSession : PtySession {
     std::vector<std::string> environment;
     // The editor's working directory; empty: the Korvel directory.
     std::string cwd;
+    // Run as an unprivileged user (the directory is opened up for it).
+    bool unprivileged = false;
 
     // The row of the "-->" marker, or -1.
     int marker_row() const;
@@ -31,6 +33,7 @@ struct EditorSession : PtySession {
     // From the main menu: down to its exit item and Enter.
     bool leave_main_menu();
     bool ended_with(int status);
+    void open_up_for_anyone();
 
     // Moves to `row`, presses Enter and waits until `then` is on the screen.
     bool choose(int row, const std::string &then);

@@ -70,6 +70,7 @@ bool PtySession::start(const std::vector<std::string> &argv, const Options &opti
             dup2(null_fd, STDIN_FILENO);
             close(null_fd);
         }
+        if (options.unprivileged && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(126);
         if (!options.cwd.empty() && chdir(options.cwd.c_str()) != 0) _exit(126);
         struct rlimit no_core {};
         setrlimit(RLIMIT_CORE, &no_core);  // SIGQUIT tests must not leave core files

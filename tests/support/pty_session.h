@@ -21,6 +21,7 @@ public:
         std::string cwd;          // empty: the test's own
         bool stdin_null = false;  // standard input from /dev/null instead of the terminal
         std::vector<std::string> environment;  // NAME=value settings added for the program
+        bool unprivileged = false;  // run as nobody when the tests run as root, so permissions apply
     };
 
     PtySession();

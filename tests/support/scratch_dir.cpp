@@ -28,8 +28,10 @@ ScratchDir::ScratchDir() {
     std::snprintf(ProgramDir, kProgramDirSize, "%s", dir_.c_str());
 }
 
-static int remove_entry(const char *path, const struct stat *, int, struct FTW *) {
-    chmod(path, 0700);  // a test may have made it read-only
+static int remove_entry(const char *path, const struct stat *state, int, struct FTW *) {
+    // A test may have made it read-only; a link is left alone, since chmod
+    // would change what it points to.
+    if (!S_ISLNK(state->st_mode)) chmod(path, 0700);
     return remove(path);
 }
 
