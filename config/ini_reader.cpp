@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 #include <sys/stat.h>
@@ -27,7 +26,26 @@ static const SectionKind *storing_kind(int file, int section) {
     return section_kind(file, section);
 }
 
-static uint32_t value_bits() { return static_cast<uint32_t>(std::strtol(p_s, nullptr, 10)); }
+// The low 32 bits of what strtol makes of p_s (blanks, a sign, digits;
+// saturated at the limits of a long), which atoi then narrows.
+static uint32_t value_bits() {
+    const char *at = p_s;
+    while (*at == ' ' || (*at >= '\t' && *at <= '\r')) ++at;
+    bool negative = *at == '-';
+    if (*at == '-' || *at == '+') ++at;
+    uint64_t value = 0;
+    bool saturated = false;
+    for (; *at >= '0' && *at <= '9'; ++at) {
+        if (value > (UINT64_MAX - 9) / 10) {
+            saturated = true;
+        } else {
+            value = value * 10 + static_cast<uint64_t>(*at - '0');
+        }
+    }
+    const uint64_t limit = negative ? uint64_t{1} << 63 : (uint64_t{1} << 63) - 1;
+    if (saturated || value > limit) value = limit;
+    return static_cast<uint32_t>(negative ? 0 - value : value);
+}
 
 void FillVar(int file, int section, int key) {
     if (file < 0 || file >= kIniFiles) return;
@@ -78,19 +96,32 @@ static void choose_key_set(int file, int section) {
     if (const SectionKind *kind = section_kind(file, section)) current_key_set = kind->key_set;
 }
 
+// The slot whose name in SectionNames is `name`, or -1. The names are
+// unique, so the one match is found from the kinds: a name, or a prefix and
+// two digits.
+static int section_slot(int file, const char *name) {
+    for (int k = 0; k < kSectionKindCount; ++k) {
+        const SectionKind &kind = kSectionKinds[k];
+        size_t length = std::strlen(kind.name);
+        if (kind.file != file || std::strncmp(name, kind.name, length) != 0) continue;
+        const char *number = name + length;
+        if (kind.slots == 1) {
+            if (*number == '\0') return kind.first_slot;
+        } else if (number[0] >= '0' && number[0] <= '9' && number[1] >= '0' && number[1] <= '9' && !number[2]) {
+            int index = (number[0] - '0') * 10 + (number[1] - '0');
+            if (index < kind.slots) return kind.first_slot + index;
+        }
+    }
+    return -1;
+}
+
 static void read_header(int file, char *line) {
     char *end = std::strchr(line, ']');
     if (!end) return;
     *end = '\0';
-    const char *name = line + 1;
-    for (int slot = 0; slot < kSectionSlots; ++slot) {
-        const char *known = SectionNames(file, slot);
-        if (known[0] && std::strcmp(known, name) == 0) {
-            actual_section = static_cast<uint8_t>(slot);
-            return;
-        }
-    }
+    int slot = section_slot(file, line + 1);
     // An unknown section changes nothing: its keys go to the section before.
+    if (slot >= 0) actual_section = static_cast<uint8_t>(slot);
 }
 
 static void read_key_line(int file, char *line) {
@@ -104,9 +135,16 @@ static void read_key_line(int file, char *line) {
     // only the named slots can lead to a store.
     choose_key_set(file, actual_section);
     const KeySet &keys = key_set(file, current_key_set);
-    int slot = 0;
-    while (slot < keys.count && std::strcmp(keys.fields[slot].key, key) != 0) ++slot;
-    if (slot == keys.count) return;
+    // Files list their keys in key-set order: the key after the last one
+    // read is the one to try first. Keys are unique within a set.
+    static int last_slot = -1;
+    int slot = last_slot + 1;
+    if (slot >= keys.count || std::strcmp(keys.fields[slot].key, key) != 0) {
+        slot = 0;
+        while (slot < keys.count && std::strcmp(keys.fields[slot].key, key) != 0) ++slot;
+        if (slot == keys.count) return;
+    }
+    last_slot = slot;
 
     char *value = equals + 1;
     if (*value == '"') ++value;
@@ -130,7 +168,7 @@ int EncodeINIFile(int file, const char *path) {
     // of its own.
     char line[300];
     while (!std::feof(stream)) {
-        std::memset(line, 0, sizeof line);
+        line[0] = '\0';  // an empty read at the end leaves this, and is ignored
         if (!std::fgets(line, 299, stream) && std::ferror(stream)) break;
         switch (line[0]) {
         case '\n':

@@ -97,6 +97,9 @@ TEST_F(Reader, ValuesQuotesLineEndsAndWidths) {
            "EventLog=-1\n"
            "DataLog=70000\n"
            "DataLogRate=none\n"
+           "DataLogMin=99999999999999999999\n"
+           "DataLogMax=-99999999999999999999\n"
+           "SaveFiles=\t+7\n"
            "[Network]\n"
            "HTTPPath=\"/var/www\n");
     EXPECT_EQ(TEXT_OF(INI.System.Name), "ab") << "cut at the next quote";
@@ -107,6 +110,9 @@ TEST_F(Reader, ValuesQuotesLineEndsAndWidths) {
     EXPECT_EQ(+INI.System.EventLog, 255) << "wraps to the field's width";
     EXPECT_EQ(+INI.System.DataLog, 70000 & 0xFFFF);
     EXPECT_EQ(+INI.System.DataLogRate, 0);
+    EXPECT_EQ(+INI.System.DataLogMin, 0xFFFF) << "saturates like strtol, then narrows";
+    EXPECT_EQ(+INI.System.DataLogMax, 0);
+    EXPECT_EQ(+INI.System.SaveFiles, 7);
     EXPECT_EQ(TEXT_OF(INI.Network.HTTPPath), "/var/www") << "no closing quote: up to the line end";
 
     // A text as long as its field or longer fills it with no terminator and
