@@ -4,9 +4,14 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <csignal>
+#include <spawn.h>
 #include <sys/select.h>
+#include <sys/wait.h>
 
 #include "console/globals.h"
+
+extern char **environ;
 
 FILE *ConsoleOut = nullptr;
 
@@ -144,7 +149,52 @@ void printfc(const char *text) {
     std::fclose(log);
 }
 
-int (*ConsoleShell)(const char *command) = std::system;
+// A plain command line (a program and its words, nothing the shell would
+// interpret) is started directly: the same program, arguments and status as
+// through the shell, in half the time, which every mode switch pays. As
+// system() does, the editor ignores SIGINT and SIGQUIT while it waits and
+// the command gets them at their default. Anything else, or a program that
+// cannot be started, goes to the shell, which also says why.
+static int run_plain_or_shell(const char *command) {
+    static const char kPlain[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 ._-/+=,";
+    char words[256];
+    if (std::strlen(command) >= sizeof words || command[std::strspn(command, kPlain)] != '\0') {
+        return std::system(command);
+    }
+    std::strcpy(words, command);
+    char *argv[32];
+    int count = 0;
+    for (char *word = std::strtok(words, " "); word && count < 31; word = std::strtok(nullptr, " ")) argv[count++] = word;
+    argv[count] = nullptr;
+    if (count == 0) return std::system(command);
+
+    struct sigaction ignore {}, saved_interrupt, saved_quit;
+    ignore.sa_handler = SIG_IGN;
+    sigemptyset(&ignore.sa_mask);
+    sigaction(SIGINT, &ignore, &saved_interrupt);
+    sigaction(SIGQUIT, &ignore, &saved_quit);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGINT);
+    sigaddset(&defaults, SIGQUIT);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    pid_t child;
+    int started = posix_spawnp(&child, argv[0], nullptr, &attributes, argv, environ);
+    posix_spawnattr_destroy(&attributes);
+    int status = -1;
+    if (started == 0) {
+        while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+        }
+    }
+    sigaction(SIGINT, &saved_interrupt, nullptr);
+    sigaction(SIGQUIT, &saved_quit, nullptr);
+    return started == 0 ? status : std::system(command);
+}
+
+int (*ConsoleShell)(const char *command) = run_plain_or_shell;
 
 int run_command(const char *command) {
     // The command writes to the same terminal; what was drawn must come first.

@@ -117,6 +117,18 @@ TEST(Terminal, ShellCommandsFollowWhatWasDrawn) {
     EXPECT_EQ(console.take_output(), "drawn");
 }
 
+TEST(Terminal, CommandsReportTheirStatusAsTheShellWould) {
+    // The editor's own way of running commands, plain ones started directly.
+    int (*run)(const char *) = ConsoleShell;
+    EXPECT_EQ(run("true"), 0);
+    EXPECT_EQ(run("false"), std::system("false"));
+    EXPECT_EQ(run("sh -c exit"), 0);
+    EXPECT_EQ(run("test 1 = 2"), std::system("test 1 = 2"));
+    EXPECT_EQ(run("exit 3"), 3 << 8) << "shell syntax goes to the shell";
+    EXPECT_EQ(run("test \"a b\" = \"a b\""), 0) << "so do quotes";
+    EXPECT_EQ(run("no-such-program-anywhere"), 127 << 8) << "and what cannot be started";
+}
+
 class DebugTrace : public ::testing::Test {
 protected:
     void TearDown() override { bDebug = bDebugLog = 0; }
