@@ -38,11 +38,7 @@ void print_main_menu(unsigned selected) {
     for (unsigned item = 1; item <= kLastScreen; ++item) {
         con_printf("\n\r      %u - %s", item, LangText[kScreens[item - 1].label]);
     }
-    print_line(0);
-    con_printf("\n\r      0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(selected, kFirstLine);
+    print_screen_end("\n\r      0 - %s", selected, kFirstLine);
 }
 
 void main_menu() {

@@ -36,13 +36,32 @@ void print_switch(bool on, const char *on_word, const char *off_word) {
     con_puts("]");
 }
 
-void print_dimmed(const char *format, ...) {
-    print_escapeseq(SEQ_DIM);
+static void print_row(bool available, const char *format, va_list args) {
+    if (!available) print_escapeseq(SEQ_DIM);
+    vfprintf(console_stream(), format, args);
+    if (!available) print_escapeseq(SEQ_NORMAL);
+}
+
+void print_item(bool available, const char *format, ...) {
     va_list args;
     va_start(args, format);
-    vfprintf(console_stream(), format, args);
+    print_row(available, format, args);
     va_end(args);
-    print_escapeseq(SEQ_NORMAL);
+}
+
+void print_dimmed(const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    print_row(false, format, args);
+    va_end(args);
+}
+
+void print_screen_end(const char *back, unsigned row, unsigned first_line) {
+    print_line(0);
+    con_printf(back, LangText[318]);
+    con_puts("\n\r");
+    print_line(1);
+    place_marker(row, first_line);
 }
 
 void place_marker(unsigned row, unsigned first_line) {

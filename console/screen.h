@@ -24,6 +24,14 @@ void print_switch(bool on, const char *on_word, const char *off_word);
 // A row that cannot be chosen now, in the dimmed colour.
 void print_dimmed(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
+// A row that can be chosen now, or the same row dimmed when it cannot.
+void print_item(bool available, const char *format, ...) __attribute__((format(printf, 2, 3)));
+
+// The end of a screen: a separator, the way back (`back` formats its label,
+// text 318, with the screen's own indentation), the closing rule, and the
+// marker on `row`.
+void print_screen_end(const char *back, unsigned row, unsigned first_line);
+
 // The marker of row `row`, on terminal line row + first_line.
 void place_marker(unsigned row, unsigned first_line);
 // Erases the marker at `row` and places it at `to`, which becomes `row`.

@@ -167,11 +167,7 @@ void print_sch_param(unsigned selected, int index) {
     editor_timing(entry, text, sizeof text);
     con_printf("\n\r      4 - %s:", LangText[51]);
     print_value("     %s", text);
-    print_line(0);
-    con_printf("\n\r      0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(selected, kEditorFirstLine);
+    print_screen_end("\n\r      0 - %s", selected, kEditorFirstLine);
 }
 
 void sch_param(int index) {

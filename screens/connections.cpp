@@ -22,6 +22,20 @@ int defined_entries() {
     return count;
 }
 
+// The sixteen UPS entries, one numbered line each.
+void print_ups_rows() {
+    for (int index = 0; index < kUpsEntries; ++index) {
+        print_numbered(static_cast<unsigned>(index) + 1);
+        char line[256];
+        if (ups_defined(index)) {
+            describe_ups(index, line, sizeof line);
+            print_value("%s", line);
+        } else {
+            print_value("%s", LangText[335]);
+        }
+    }
+}
+
 }  // namespace
 
 bool ups_defined(int index) { return INI1.UPS[index].Name[0] != '\0'; }
@@ -66,16 +80,7 @@ int choose_ups(bool with_remove) {
     print_line(1);
     print_center(LangText[330]);
     print_line(1);
-    for (int index = 0; index < kUpsEntries; ++index) {
-        print_numbered(static_cast<unsigned>(index) + 1);
-        char line[256];
-        if (ups_defined(index)) {
-            describe_ups(index, line, sizeof line);
-            print_value("%s", line);
-        } else {
-            print_value("%s", LangText[335]);
-        }
-    }
+    print_ups_rows();
     const unsigned last = with_remove ? kRemove : kLastEntry;
     if (with_remove) {
         print_line(0);
@@ -123,27 +128,10 @@ void print_conn_param(unsigned row) {
     print_line(4);
     print_center(LangText[43]);
     print_line(1);
-    for (int index = 0; index < kUpsEntries; ++index) {
-        print_numbered(static_cast<unsigned>(index) + 1);
-        char line[256];
-        if (ups_defined(index)) {
-            describe_ups(index, line, sizeof line);
-            print_value("%s", line);
-        } else {
-            print_value("%s", LangText[335]);
-        }
-    }
+    print_ups_rows();
     print_line(0);
-    if (defined_entries() < 2) {
-        print_dimmed("\n\r      %u - %s", 17u, LangText[47]);
-    } else {
-        con_printf("\n\r      %u - %s", 17u, LangText[47]);
-    }
-    print_line(0);
-    con_printf("\n\r       0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kFirstLine);
+    print_item(defined_entries() >= 2, "\n\r      %u - %s", 17u, LangText[47]);
+    print_screen_end("\n\r       0 - %s", row, kFirstLine);
 }
 
 void conn_param() {

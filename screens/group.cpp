@@ -28,16 +28,16 @@ const char *redundancy(unsigned level) {
 
 uint8_t toggled(unsigned value) { return value ? 0 : 1; }
 
-// A switch row and the number row under it, which is dimmed while the switch is off.
-void print_allowed(unsigned item, int switch_label, int number_label, bool allowed, unsigned number) {
-    con_printf("\n\r       %u - %s:     [", item, LangText[switch_label]);
-    print_switch(allowed, LangText[324], LangText[340]);
-    if (allowed) {
-        con_printf("\n\r           %u.1 - %s:", item, LangText[number_label]);
-        print_value("     %u", number);
-    } else {
-        print_dimmed("\n\r           %u.1 - %s:", item, LangText[number_label]);
+// A switch row and the number row under it, which is dimmed while the
+// switch is off; both only labels while the group has no name.
+void print_allowed(bool named, unsigned item, int switch_label, int number_label, bool allowed, unsigned number) {
+    print_item(named, "\n\r       %u - %s:", item, LangText[switch_label]);
+    if (named) {
+        con_puts("     [");
+        print_switch(allowed, LangText[324], LangText[340]);
     }
+    print_item(named && allowed, "\n\r           %u.1 - %s:", item, LangText[number_label]);
+    if (named && allowed) print_value("     %u", number);
 }
 
 // Asks for a path and loads or saves the group's events; a failure is told
@@ -75,37 +75,24 @@ void print_group_param(unsigned row, int group) {
     con_printf("\n\r       1 - %s", LangText[2]);
     con_printf("\n\r       2 - %s", LangText[49]);
     print_value("     %.*s", static_cast<int>(sizeof entry.Name), entry.Name);
-    if (entry.Name[0]) {
-        con_printf("\n\r       3 - %s:     [", LangText[310]);
+    // No name, no group: only the name can be given, the rest is dimmed.
+    const bool named = entry.Name[0] != '\0';
+    print_item(named, "\n\r       3 - %s:", LangText[310]);
+    if (named) {
+        con_puts("     [");
         print_value("%s", redundancy(entry.RedundancyLevel));
         con_puts("]");
-        print_line(0);
-        print_allowed(4, 152, 153, entry.AllowedBatteryShutdown, entry.BatteryRuntimeShutdown);
-        print_allowed(5, 154, 155, entry.AllowedSystemShutdown, entry.SystemShutdownDelay);
-        print_allowed(6, 156, 157, entry.AllowedUPSShutdown, entry.UPSShutdownDelay);
-        print_line(0);
-        con_printf("\n\r       7 - %s", LangText[150]);
-        print_line(0);
-        con_printf("\n\r       8 - %s", LangText[163]);
-        con_printf("\n\r       9 - %s", LangText[165]);
-        con_printf("\n\r      10 - %s", LangText[166]);
-    } else {
-        // No name, no group: only the name can be given.
-        print_dimmed("\n\r       3 - %s:", LangText[310]);
-        print_line(0);
-        print_dimmed("\n\r       4 - %s:", LangText[152]);
-        print_dimmed("\n\r           4.1 - %s:", LangText[153]);
-        print_dimmed("\n\r       5 - %s:", LangText[154]);
-        print_dimmed("\n\r           5.1 - %s:", LangText[155]);
-        print_dimmed("\n\r       6 - %s:", LangText[156]);
-        print_dimmed("\n\r           6.1 - %s:", LangText[157]);
-        print_line(0);
-        print_dimmed("\n\r       7 - %s", LangText[150]);
-        print_line(0);
-        print_dimmed("\n\r       8 - %s", LangText[163]);
-        print_dimmed("\n\r       9 - %s", LangText[165]);
-        print_dimmed("\n\r      10 - %s", LangText[166]);
     }
+    print_line(0);
+    print_allowed(named, 4, 152, 153, entry.AllowedBatteryShutdown, entry.BatteryRuntimeShutdown);
+    print_allowed(named, 5, 154, 155, entry.AllowedSystemShutdown, entry.SystemShutdownDelay);
+    print_allowed(named, 6, 156, 157, entry.AllowedUPSShutdown, entry.UPSShutdownDelay);
+    print_line(0);
+    print_item(named, "\n\r       7 - %s", LangText[150]);
+    print_line(0);
+    print_item(named, "\n\r       8 - %s", LangText[163]);
+    print_item(named, "\n\r       9 - %s", LangText[165]);
+    print_item(named, "\n\r      10 - %s", LangText[166]);
     print_line(0);
     con_printf("\n\r       0 - %s", LangText[318]);
     print_line(1);

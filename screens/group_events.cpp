@@ -58,16 +58,8 @@ void print_gr_event(unsigned row, int group, unsigned first, unsigned last) {
         }
     }
     print_line(0);
-    if (last == kGroupEvents) {
-        print_dimmed("\n\r      %u - %s", 65u, LangText[320]);
-    } else {
-        con_printf("\n\r      %u - %s", 65u, LangText[320]);
-    }
-    print_line(0);
-    con_printf("\n\r       0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kListFirstLine);
+    print_item(last != kGroupEvents, "\n\r      %u - %s", 65u, LangText[320]);
+    print_screen_end("\n\r       0 - %s", row, kListFirstLine);
 }
 
 void gr_event(int group) {
@@ -120,11 +112,7 @@ void print_gr_event_param(unsigned row, int group, int event) {
     print_value("     %.*s", static_cast<int>(sizeof entry.Job.Message), entry.Job.Message);
     print_line(0);
     con_printf("\n\r      11 - %s", LangText[2]);
-    print_line(0);
-    con_printf("\n\r       0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kEventFirstLine);
+    print_screen_end("\n\r       0 - %s", row, kEventFirstLine);
 }
 
 void gr_event_param(int group, int event) {

@@ -30,11 +30,7 @@ void print_gr_ups(unsigned row, int group) {
             print_value("%s", "");
         }
     }
-    print_line(0);
-    con_printf("\n\r      0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kFirstLine);
+    print_screen_end("\n\r      0 - %s", row, kFirstLine);
 }
 
 void gr_ups(int group) {

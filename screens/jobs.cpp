@@ -90,11 +90,7 @@ void print_job_param2(unsigned row, int last, int first) {
         print_escapeseq(SEQ_NORMAL);
         con_puts("]");
     }
-    print_line(0);
-    con_printf("\n\r       0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kFirstLine);
+    print_screen_end("\n\r       0 - %s", row, kFirstLine);
 }
 
 void jobs_param2(int first, int last) {

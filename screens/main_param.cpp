@@ -83,11 +83,7 @@ void print_main_param(const char *language, unsigned row) {
     }
     print_line(0);
     con_printf("\n\r      7 - %s", LangText[30]);
-    print_line(0);
-    con_printf("\n\r      0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kFirstLine);
+    print_screen_end("\n\r      0 - %s", row, kFirstLine);
 }
 
 void menu_languages(const char (*names)[50]) {

@@ -42,11 +42,7 @@ void print_mess_param(unsigned row) {
     con_printf("\n\r      2 - %s", LangText[60]);
     con_printf("\n\r      3 - %s", LangText[57]);
     con_printf("\n\r      4 - %s", LangText[62]);
-    print_line(0);
-    con_printf("\n\r      0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kMenuFirstLine);
+    print_screen_end("\n\r      0 - %s", row, kMenuFirstLine);
 }
 
 void mess_param() {
@@ -88,11 +84,7 @@ void print_gsm_param(unsigned row) {
         con_printf("%s: ", LangText[59]);
         print_value(" %.*s", static_cast<int>(sizeof recipient.TelNumber), recipient.TelNumber);
     }
-    print_line(0);
-    con_printf("\n\r       0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kListFirstLine);
+    print_screen_end("\n\r       0 - %s", row, kListFirstLine);
 }
 
 void gsm_param() {

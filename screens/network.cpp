@@ -59,16 +59,8 @@ void print_network_menu(unsigned row) {
     print_value("     %.*s", static_cast<int>(sizeof network.HTTPPath), network.HTTPPath);
     con_printf("\n\r      7 - %s:     [", LangText[38]);
     print_switch(INI1.System.PasswordProtection != 0, on, off);
-    if (INI1.System.PasswordProtection) {
-        con_printf("\n\r          7.1 - %s", LangText[342]);
-    } else {
-        print_dimmed("\n\r          7.1 - %s", LangText[342]);
-    }
-    print_line(0);
-    con_printf("\n\r      0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kFirstLine);
+    print_item(INI1.System.PasswordProtection, "\n\r          7.1 - %s", LangText[342]);
+    print_screen_end("\n\r      0 - %s", row, kFirstLine);
 }
 
 void network_param() {

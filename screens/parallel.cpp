@@ -46,16 +46,8 @@ void print_paralel_fnc(unsigned row) {
     con_printf("\n\r      4 - %s:     [", LangText[148]);
     print_switch(system.DisableShutdownForSingleUPS, on, off);
     print_line(0);
-    if (system.EnabledGroups) {
-        con_printf("\n\r      5 - %s", LangText[149]);
-    } else {
-        print_dimmed("\n\r      5 - %s", LangText[149]);
-    }
-    print_line(0);
-    con_printf("\n\r      0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kFirstLine);
+    print_item(system.EnabledGroups, "\n\r      5 - %s", LangText[149]);
+    print_screen_end("\n\r      0 - %s", row, kFirstLine);
 }
 
 void print_paralel_group(unsigned row) {
@@ -69,11 +61,7 @@ void print_paralel_group(unsigned row) {
             print_value("%s", LangText[335]);
         }
     }
-    print_line(0);
-    con_printf("\n\r      0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kListFirstLine);
+    print_screen_end("\n\r      0 - %s", row, kListFirstLine);
 }
 
 void paralel_fnc() {

@@ -132,11 +132,7 @@ void print_ups_param(unsigned row, int index) {
     con_printf("\n\r      1 - %s:", LangText[68]);
     if (!entry.Name[0]) {
         print_value("     %s", LangText[335]);
-        print_line(0);
-        con_printf("\n\r      0 - %s", LangText[318]);
-        con_puts("\n\r");
-        print_line(1);
-        place_marker(row, kFirstLine);
+        print_screen_end("\n\r      0 - %s", row, kFirstLine);
         return;
     }
     const char *on = LangText[324], *off = LangText[340];
@@ -182,11 +178,7 @@ void print_ups_param(unsigned row, int index) {
     } else {
         print_dimmed("\n\r          7.1 - %s:", LangText[141]);
     }
-    print_line(0);
-    con_printf("\n\r      0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kFirstLine);
+    print_screen_end("\n\r      0 - %s", row, kFirstLine);
 }
 
 void ups_param(int index) {

@@ -103,16 +103,8 @@ void print_ups_conn_param(unsigned row, int index) {
     } else {
         print_dimmed("\n\r          2.3 - %s:", LangText[38]);
     }
-    if (kind == kTcpIp && entry.Password) {
-        con_printf("\n\r              2.3.1 - %s", LangText[342]);
-    } else {
-        print_dimmed("\n\r              2.3.1 - %s", LangText[342]);
-    }
-    print_line(0);
-    con_printf("\n\r      0 - %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(row, kFirstLine);
+    print_item(kind == kTcpIp && entry.Password, "\n\r              2.3.1 - %s", LangText[342]);
+    print_screen_end("\n\r      0 - %s", row, kFirstLine);
 }
 
 void ups_conn_param(int index) {
