@@ -64,7 +64,7 @@ bool EditorSession::move_to(int target) {
         } else {
             up();
         }
-        if (!wait_until([&] { return marker_row() != before; }, 2000)) return false;
+        if (!wait_until([&] { return marker_row() != before; })) return false;
     }
     return marker_row() == target;
 }

@@ -5,21 +5,12 @@
 #include <string>
 
 #include "schedule/calendar.h"
+#include "support/zone.h"
 
 namespace {
 
 time_t pinned_now;
 time_t pinned() { return pinned_now; }
-
-time_t utc(int year, int month, int day, int hour, int minute) {
-    struct tm at = {};
-    at.tm_year = year - 1900;
-    at.tm_mon = month - 1;
-    at.tm_mday = day;
-    at.tm_hour = hour;
-    at.tm_min = minute;
-    return timegm(&at);
-}
 
 // "DD.MM.YYYY HH:MM" of `moment` in the zone under test.
 std::string local_text(int64_t moment) {
@@ -34,16 +25,9 @@ std::string local_text(int64_t moment) {
 // Runs in the zone given, with "now" pinned.
 class Calendar : public ::testing::TestWithParam<const char *> {
 protected:
-    void SetUp() override {
-        setenv("TZ", GetParam(), 1);
-        tzset();
-        ScheduleNow = pinned;
-    }
-    void TearDown() override {
-        ScheduleNow = saved_;
-        unsetenv("TZ");
-        tzset();
-    }
+    void SetUp() override { ScheduleNow = pinned; }
+    void TearDown() override { ScheduleNow = saved_; }
+    ZoneSetting zone_{GetParam()};
     time_t (*saved_)() = ScheduleNow;
 };
 
@@ -82,8 +66,7 @@ INSTANTIATE_TEST_SUITE_P(Zones, Calendar, ::testing::Values("UTC", "Europe/Berli
                          [](const auto &info) { return std::string(info.param).substr(0, 3) == "UTC" ? "UTC" : "Berlin"; });
 
 TEST(TotalSeconds, CountFromNineteenSeventyWithinRange) {
-    setenv("TZ", "UTC", 1);
-    tzset();
+    ZoneSetting zone("UTC");
     time_t (*saved)() = ScheduleNow;
     ScheduleNow = pinned;
     pinned_now = utc(2026, 1, 10, 12, 0);
@@ -96,8 +79,6 @@ TEST(TotalSeconds, CountFromNineteenSeventyWithinRange) {
     EXPECT_EQ(totalsec(112, 0, 0, 0, 0, 86400 * 31), utc(2012, 2, 1, 0, 0)) << "seconds carry over";
     EXPECT_EQ(totalsec(137, 12, 0, 0, 0, 0), utc(2038, 1, 1, 0, 0)) << "month 12 is January of the next year";
     ScheduleNow = saved;
-    unsetenv("TZ");
-    tzset();
 }
 
 }  // namespace

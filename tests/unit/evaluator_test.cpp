@@ -10,18 +10,9 @@
 
 #include "config/record.h"
 #include "schedule/evaluator.h"
+#include "support/zone.h"
 
 namespace {
-
-time_t utc(int year, int month, int day, int hour, int minute) {
-    struct tm at = {};
-    at.tm_year = year - 1900;
-    at.tm_mon = month - 1;
-    at.tm_mday = day;
-    at.tm_hour = hour;
-    at.tm_min = minute;
-    return timegm(&at);
-}
 
 struct Line {
     int index;
@@ -63,18 +54,13 @@ std::vector<Line> both_scans(int64_t start, int64_t end, const ConfigRecord &rec
     return literal.lines;
 }
 
+// A record of schedules, looked at in a time zone.
 class Evaluator : public ::testing::Test {
 protected:
-    void SetUp() override {
-        setenv("TZ", "UTC", 1);
-        tzset();
-        record_ = std::make_unique<ConfigRecord>();
-        std::memset(record_.get(), 0, sizeof(ConfigRecord));
-    }
-    void TearDown() override {
-        unsetenv("TZ");
-        tzset();
-    }
+    explicit Evaluator(const char *zone = "UTC") : zone_(zone) { std::memset(record_.get(), 0, sizeof(ConfigRecord)); }
+    ZoneSetting zone_;
+    std::unique_ptr<ConfigRecord> record_ = std::make_unique<ConfigRecord>();
+
     ScheduleEntry &schedule(int index, uint8_t period, time_t start, uint8_t day = 0) {
         ScheduleEntry &entry = record_->Schedule[index];
         entry.Action = kUpsTest;
@@ -83,7 +69,6 @@ protected:
         entry.PeriodDay = day;
         return entry;
     }
-    std::unique_ptr<ConfigRecord> record_;
 };
 
 TEST_F(Evaluator, DailyFromTheFirstDayEvenBeforeItsStart) {
@@ -176,19 +161,9 @@ void randomize(ConfigRecord &record, std::mt19937 &random, int64_t around, int64
     }
 }
 
-class Zones : public ::testing::TestWithParam<const char *> {
+class Zones : public Evaluator, public ::testing::WithParamInterface<const char *> {
 protected:
-    void SetUp() override {
-        setenv("TZ", GetParam(), 1);
-        tzset();
-        record_ = std::make_unique<ConfigRecord>();
-        std::memset(record_.get(), 0, sizeof(ConfigRecord));
-    }
-    void TearDown() override {
-        unsetenv("TZ");
-        tzset();
-    }
-    std::unique_ptr<ConfigRecord> record_;
+    Zones() : Evaluator(GetParam()) {}
 };
 
 TEST_P(Zones, TheFastScanListsWhatTheLiteralOneLists) {
