@@ -29,35 +29,6 @@ protected:
     ScratchDir dir_;
 };
 
-TEST(Names, SpellingsOfSectionsAndKeys) {
-    EXPECT_STREQ(SectionNames(kKorvelIni, 0), "System");
-    EXPECT_STREQ(SectionNames(kKorvelIni, 8), "Serial_07");
-    EXPECT_STREQ(SectionNames(kKorvelIni, 9), "Network");
-    EXPECT_STREQ(SectionNames(kKorvelIni, 22), "Email_09");
-    EXPECT_STREQ(SectionNames(kKorvelIni, 52), "Schedule_19");
-    EXPECT_STREQ(SectionNames(kKorvelIni, 94), "UPS_31");
-    EXPECT_STREQ(SectionNames(kKorvelIni, 96), "BriskenModemConfig");
-    EXPECT_STREQ(SectionNames(kKorvelIni, 99), "VoiceConfig");
-    EXPECT_STREQ(SectionNames(kKorvelIni, 100), "");
-    EXPECT_STREQ(SectionNames(kJobsStsIni, 29), "Job_29");
-    EXPECT_STREQ(SectionNames(kGroupIni, 1), "UPS");
-    EXPECT_STREQ(SectionNames(kGroupIni, 65), "Event_63");
-    EXPECT_STREQ(SectionNames(kSensorIni, 31), "Sensor_31");
-    EXPECT_STREQ(SectionNames(kSensorIni, 32), "");
-
-    EXPECT_STREQ(LineNames(kKorvelIni, 0, 26), "Nodemon");
-    EXPECT_STREQ(LineNames(kKorvelIni, 4, 2), "SMSCentre");
-    EXPECT_STREQ(LineNames(kKorvelIni, 5, 8), "IncommingAllowed");
-    EXPECT_STREQ(LineNames(kKorvelIni, 10, 18), "UPSShutdownDelay");
-    EXPECT_STREQ(LineNames(kKorvelIni, 10, 19), "UPSReboot");
-    EXPECT_STREQ(LineNames(kKorvelIni, 10, 26), "") << "unused slot";
-    EXPECT_STREQ(LineNames(kGroupIni, 1, 7), "UPS_07");
-    EXPECT_STREQ(LineNames(kGroupIni, 2, 11), "Priority6");
-    EXPECT_STREQ(LineNames(kGroupIni, 2, 36), "Message");
-    EXPECT_STREQ(LineNames(kJobsIni, 0, 24), "Message");
-    EXPECT_STREQ(LineNames(kSensorIni, 0, 12), "DgOutputSensor");
-}
-
 TEST_F(Reader, HeadersCommentsAndKeysAsWritten) {
     korvel("Name=\"before any header\"\n"
            "[System]\n"
