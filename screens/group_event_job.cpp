@@ -192,16 +192,9 @@ void group_job_param2(int group, int event, int slot) {
 
 // The action screen of a group event.
 static ActionScreen event_action_screen(int group, int event, int action) {
-    ActionScreen screen;
-    screen.job = &INI1.Group[group].Event[event].Job;
-    screen.action = action;
-    screen.kind = action >= 0 && action < kJobActions ? kEventKinds[action] : 2;
-    screen.even = event % 2 == 0;
     // Titled with the job name picked by the group's index, and showing the
     // program of the jobs.ini job of that index: both kept so.
-    screen.title = LangText[79 + group];
-    screen.shown_file = INI1.Job[group].File;
-    return screen;
+    return make_action_screen(&INI1.Group[group].Event[event].Job, action, kEventKinds, event % 2 == 0, group);
 }
 
 void print_group_job_param1(unsigned row, int group, int event, int action, unsigned on, unsigned delay,

@@ -148,16 +148,20 @@ void run_action_screen(const ActionScreen &screen) {
     if (fields.interval != kNone && screen.kind >= 3) set16(job, fields.interval, static_cast<uint16_t>(interval));
 }
 
+ActionScreen make_action_screen(JobEntry *job, int action, const int (&kinds)[kJobActions], bool even, int named_job) {
+    ActionScreen screen;
+    screen.job = job;
+    screen.action = action;
+    screen.kind = action >= 0 && action < kJobActions ? kinds[action] : 2;
+    screen.even = even;
+    screen.title = LangText[79 + named_job];
+    screen.shown_file = INI1.Job[named_job].File;
+    return screen;
+}
+
 // The action screen of job `job` of jobs.ini.
 static ActionScreen job_action_screen(int job, int action) {
-    ActionScreen screen;
-    screen.job = &INI1.Job[job];
-    screen.action = action;
-    screen.kind = action >= 0 && action < kJobActions ? kJobKinds[action] : 2;
-    screen.even = job % 2 == 0;
-    screen.title = LangText[79 + job];
-    screen.shown_file = INI1.Job[job].File;
-    return screen;
+    return make_action_screen(&INI1.Job[job], action, kJobKinds, job % 2 == 0, job);
 }
 
 void print_job_param1(unsigned row, int job, int action, unsigned on, unsigned delay, unsigned interval, int kind,

@@ -28,7 +28,7 @@ uint16_t CalculatePassword(const char *text) {
     return sum;
 }
 
-bool enter_password(unsigned max, uint16_t *digest) {
+bool enter_password(unsigned max, uint16_t *protection) {
     draw_title_block(9, LangText[342]);
     con_puts("\n\r");
     print_escapeseq(SEQ_SHOW_CURSOR);
@@ -37,8 +37,9 @@ bool enter_password(unsigned max, uint16_t *digest) {
     char password[kLineMax] = "";
     get_str(password, static_cast<int>(max < sizeof password ? max : sizeof password), LangText[342]);
     end_line_input();
-    *digest = CalculatePassword(password);
-    return password[0] != '\0';
+    bool entered = password[0] != '\0';
+    *protection = entered ? CalculatePassword(password) : 0;
+    return entered;
 }
 
 void print_network_menu(unsigned row) {
@@ -91,10 +92,9 @@ void network_param() {
         case kHttpPath: enter_text(LangText[42], network.HTTPPath, sizeof network.HTTPPath); break;
         case kProtection: system.PasswordProtection = system.PasswordProtection ? 0 : 1; break;
         case kPassword: {
-            uint16_t digest;
-            bool entered = enter_password(256, &digest);
-            system.PasswordProtection = entered ? digest : 0;
-            if (!entered) row = kProtection;  // an empty password switches protection off
+            uint16_t protection;  // the field itself may sit unaligned in its packed record
+            if (!enter_password(256, &protection)) row = kProtection;
+            system.PasswordProtection = protection;
             break;
         }
         case kBack:

@@ -21,9 +21,10 @@ void network_param();
 // The network screen's password digest, also used for a UPS's password: the
 // 16-bit sum of the text's bytes, each taken as signed. 0 means none.
 uint16_t CalculatePassword(const char *text);
-// Reads a password (without echo) on a screen of its own. False for an empty
-// line; otherwise true with the digest in *digest.
-bool enter_password(unsigned max, uint16_t *digest);
+// Reads a password (without echo) on a screen of its own into *protection:
+// its digest, or 0 for an empty line, which switches protection off and
+// returns false.
+bool enter_password(unsigned max, uint16_t *protection);
 void print_network_menu(unsigned row);
 
 // Connections and the UPS entries.
@@ -86,6 +87,9 @@ struct ActionScreen {
     const char *title;       // the first title line (the second is the action)
     const char *shown_file;  // shown as the current program before it is edited
 };
+// `kinds` gives the kind of each action; the title and the program shown are
+// those of jobs.ini job `named_job`.
+ActionScreen make_action_screen(JobEntry *job, int action, const int (&kinds)[kJobActions], bool even, int named_job);
 void run_action_screen(const ActionScreen &screen);
 void print_action_screen(unsigned row, const ActionScreen &screen, unsigned on, unsigned delay, unsigned interval);
 

@@ -141,10 +141,9 @@ void ups_conn_param(int index) {
         case kDevice: entry.Device = enter_number(LangText[136], entry.Device, 1, 65535); break;
         case kProtection: entry.Password = entry.Password ? 0 : 1; break;
         case kPassword: {
-            uint16_t digest;
-            bool entered = enter_password(120, &digest);
-            entry.Password = entered ? digest : 0;
-            if (!entered) row = kProtection;  // an empty password switches protection off
+            uint16_t protection;  // the field itself may sit unaligned in its packed record
+            if (!enter_password(120, &protection)) row = kProtection;
+            entry.Password = protection;
             break;
         }
         case kBack: return;
