@@ -110,24 +110,6 @@ TEST(SaveQuestion, AnyOtherAnswerDiscards) {
     EXPECT_EQ(editor.dir.read("korvel.ini"), before);
 }
 
-TEST(StartUp, AMissingConfigurationEndsWithStatusTwo) {
-    EditorSession editor;
-    ASSERT_EQ(std::remove(editor.dir.path("korvel.ini").c_str()), 0);
-    ASSERT_TRUE(editor.open(false));
-    ASSERT_TRUE(editor.ended_with(2)) << editor.screen();
-    EXPECT_TRUE(editor.wait_for_text("Cannot load initialization file !"));
-}
-
-TEST(StartUp, AMissingLanguageFileEndsWithStatusFive) {
-    EditorSession editor;
-    std::string korvel = editor.dir.read("korvel.ini");
-    korvel.replace(korvel.find("Language=0"), 10, "Language=3");
-    editor.dir.write("korvel.ini", korvel);
-    ASSERT_TRUE(editor.open(false));
-    ASSERT_TRUE(editor.ended_with(5)) << editor.screen();
-    EXPECT_TRUE(editor.wait_for_text("Cannot load language strings file !"));
-}
-
 TEST(StartUp, TheFirstUseDialogueAsksForLanguageAndModelCode) {
     EditorSession editor;
     std::string korvel = editor.dir.read("korvel.ini");

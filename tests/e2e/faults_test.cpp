@@ -24,10 +24,11 @@ std::string random_bytes(size_t size, unsigned seed) {
     return bytes;
 }
 
-// Replaces `name` in the editor's directory: "directory", "unreadable" or
-// the contents given.
+// Replaces `name` in the editor's directory: "missing", "directory",
+// "unreadable" or the contents given.
 void spoil(EditorSession &editor, const std::string &name, const std::string &how) {
     std::remove(editor.dir.path(name).c_str());
+    if (how == "missing") return;
     if (how == "directory") {
         mkdir(editor.dir.path(name).c_str(), 0755);
     } else if (how == "unreadable") {
@@ -39,7 +40,7 @@ void spoil(EditorSession &editor, const std::string &name, const std::string &ho
 }
 
 TEST(Faults, AConfigurationFileThatIsNoneEndsWithStatusTwo) {
-    for (const char *how : {"directory", "unreadable"}) {
+    for (const char *how : {"missing", "directory", "unreadable"}) {
         SCOPED_TRACE(how);
         EditorSession editor;
         spoil(editor, "korvel.ini", how);
@@ -89,6 +90,7 @@ TEST(Faults, ALanguageFileThatIsNoneEndsWithStatusFive) {
         std::string contents;
         int status;  // -1: it starts
     } cases[] = {
+        {"missing", "missing", 5},
         {"directory", "directory", 5},
         {"unreadable", "unreadable", 5},
         {"empty", "", 5},
