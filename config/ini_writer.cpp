@@ -55,7 +55,8 @@ static void write_section(ReplaceFile &out, const char *header, const KeySet &ke
     replace_printf(out, "\n");
 }
 
-int write_ini_file(IniFile file, const char *name, const unsigned char *base) {
+int write_ini_file(IniFile file, const char *name, const unsigned char *base,
+                   void (*before_section)(const SectionKind &)) {
     char path[kProgramDirSize + 32];
     std::snprintf(path, sizeof path, "%s%s", ProgramDir, name);
     ReplaceFile out;
@@ -65,6 +66,7 @@ int write_ini_file(IniFile file, const char *name, const unsigned char *base) {
     for (int k = 0; k < kSectionKindCount; ++k) {
         const SectionKind &kind = kSectionKinds[k];
         if (kind.file != file) continue;
+        if (before_section) before_section(kind);
         const KeySet &keys = key_set(file, kind.key_set);
         char header[kNameSize + 8];
         if (kind.slots == 1) {
@@ -88,16 +90,29 @@ int write_ini_file(IniFile file, const char *name, const unsigned char *base) {
 
 static const unsigned char *whole_record() { return reinterpret_cast<const unsigned char *>(&INI); }
 
-int SaveKorvelINI() {
-    // Korvel needs these set; an empty or zero value becomes the default in
-    // the record itself.
-    if (!INI.Serial[0].Device[0]) set_text(INI.Serial[0].Device, sizeof INI.Serial[0].Device, "AUTO");
-    if (INI.EmailConfig.Port == 0) INI.EmailConfig.Port = 25;
-    if (INI.EmailConfig.Timeout == 0) INI.EmailConfig.Timeout = 5;
-    if (INI.BriskenModemConfig.DeviceNo == 0) INI.BriskenModemConfig.DeviceNo = 1;
-    if (INI.WapConfig.Port == 0) INI.WapConfig.Port = 9200;
-    return write_ini_file(kKorvelIni, "korvel.ini", whole_record());
+// Korvel needs these set: an empty or zero value becomes the default in the
+// record itself, each just before its own section is written, so that a
+// full-width text of an earlier section, which runs on to the next zero
+// byte, shows the record as it stood when that section was written.
+static void apply_default(const SectionKind &kind) {
+    switch (kind.base) {
+    case offsetof(ConfigRecord, Serial):
+        if (!INI.Serial[0].Device[0]) set_text(INI.Serial[0].Device, sizeof INI.Serial[0].Device, "AUTO");
+        break;
+    case offsetof(ConfigRecord, EmailConfig):
+        if (INI.EmailConfig.Port == 0) INI.EmailConfig.Port = 25;
+        if (INI.EmailConfig.Timeout == 0) INI.EmailConfig.Timeout = 5;
+        break;
+    case offsetof(ConfigRecord, BriskenModemConfig):
+        if (INI.BriskenModemConfig.DeviceNo == 0) INI.BriskenModemConfig.DeviceNo = 1;
+        break;
+    case offsetof(ConfigRecord, WapConfig):
+        if (INI.WapConfig.Port == 0) INI.WapConfig.Port = 9200;
+        break;
+    }
 }
+
+int SaveKorvelINI() { return write_ini_file(kKorvelIni, "korvel.ini", whole_record(), apply_default); }
 
 int SaveJobsINI() { return write_ini_file(kJobsIni, "jobs.ini", whole_record()); }
 int SaveJobsSTSINI() { return write_ini_file(kJobsStsIni, "jobsSTS.ini", whole_record()); }

@@ -22,5 +22,7 @@ int SaveSensorINI();
 int SaveGroupsINI();
 
 // Writes every section of `file` from `base` (the record, or one group)
-// to ProgramDir + `name`. 0 or the error number.
-int write_ini_file(IniFile file, const char *name, const unsigned char *base);
+// to ProgramDir + `name`. 0 or the error number. Once the file is open,
+// `before_section` (when given) is called before each kind of section.
+int write_ini_file(IniFile file, const char *name, const unsigned char *base,
+                   void (*before_section)(const SectionKind &) = nullptr);

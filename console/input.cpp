@@ -62,11 +62,15 @@ MenuKey read_key() {
     return c == '\n' ? KEY_ENTER : KEY_NONE;
 }
 
+// What a line may hold: a number's digits (overlong input dropped quietly),
+// a text for Korvel's files, or a secret that is only ever digested.
+enum class LineKind { Number, Text, Secret };
+
 // Reads up to LF or CR into `line` (which has room for keep + 1 bytes),
-// keeping `keep` characters and dropping the rest. For a `text` (not a
-// number) each dropped character rings the bell. Returns the number kept, or
-// -1 when the input ended before the line did.
-static int read_line(char *line, int keep, bool text) {
+// keeping `keep` characters and dropping the rest; every dropped character
+// but a number's rings the bell. Returns the number kept, or -1 when the
+// input ended before the line did.
+static int read_line(char *line, int keep, LineKind kind) {
     int count = 0;
     for (;;) {
         int c = console_getc();
@@ -76,10 +80,10 @@ static int read_line(char *line, int keep, bool text) {
         }
         if (c == '\n' || c == '\r') break;
         if (count >= keep) {
-            if (text) beep();
+            if (kind != LineKind::Number) beep();
             continue;
         }
-        if (text && (c == '"' || c == '\0')) {
+        if (kind == LineKind::Text && (c == '"' || c == '\0')) {
             // Korvel's files cannot hold a double quote inside a value, nor
             // anything after a zero byte: refused like an overlong character.
             beep();
@@ -140,13 +144,19 @@ static bool within(long long value, uint32_t low, uint32_t high) {
     return value >= 0 && value >= low && value <= high;
 }
 
+// An empty or ESC-led line leaves the field as it was; any other is copied
+// as strncpy does, so nothing of the old value stays behind the new one.
+static void store_line(char *destination, int max, const char *line, int count) {
+    if (count <= 0 || line[0] == 27) return;
+    std::strncpy(destination, line, static_cast<size_t>(max));
+}
+
 void get_str(char *destination, int max, const char *prompt) {
     con_printf("\n%s\t", prompt ? prompt : "");
     print_escapeseq(SEQ_VALUE);
     char line[kLineMax];
-    int count = read_line(line, kept_for(max), true);
-    if (count <= 0 || line[0] == 27) return;
-    std::memcpy(destination, line, static_cast<size_t>(count) + 1);
+    int count = read_line(line, kept_for(max), LineKind::Text);
+    store_line(destination, max, line, count);
 }
 
 void get_prtk(char *destination, int max, const char *prompt) {
@@ -154,10 +164,17 @@ void get_prtk(char *destination, int max, const char *prompt) {
     char line[kLineMax];
     int count;
     do {
-        count = read_line(line, kept_for(max), true);
+        count = read_line(line, kept_for(max), LineKind::Text);
     } while (count == 0);
-    if (count < 0 || line[0] == 27) return;
-    std::memcpy(destination, line, static_cast<size_t>(count) + 1);
+    store_line(destination, max, line, count);
+}
+
+int get_secret(char *destination, int keep, const char *prompt) {
+    con_printf("\n%s\t", prompt ? prompt : "");
+    print_escapeseq(SEQ_VALUE);
+    if (keep > kLineMax - 1) keep = kLineMax - 1;
+    int count = read_line(destination, keep < 0 ? 0 : keep, LineKind::Secret);
+    return count <= 0 || destination[0] == 27 ? 0 : count;
 }
 
 uint32_t get_int(uint32_t low, uint32_t high, const char *prompt, const char *error) {
@@ -175,7 +192,7 @@ uint32_t get_int(uint32_t low, uint32_t high, const char *prompt, const char *er
 
 uint16_t get_int1(uint32_t low, uint32_t high, uint32_t fallback, const char *, const char *error) {
     char line[200 + 1];
-    int count = read_line(line, 200, false);
+    int count = read_line(line, 200, LineKind::Number);
     long long value = (count <= 0 || line[0] == 27) ? fallback : decimal_value(line);
     print_escapeseq(SEQ_NORMAL);
     if (within(value, low, high)) return static_cast<uint16_t>(value);

@@ -34,10 +34,16 @@ constexpr int kLineMax = 300;
 
 // Reads a line; at most max - 2 characters are kept, each further one rings
 // the bell, and so does a double quote or a zero byte, which the files
-// cannot hold. An empty or ESC-led line leaves `destination` unchanged.
+// cannot hold. An empty or ESC-led line leaves `destination` unchanged; any
+// other fills all `max` bytes of it, zeros after the text.
 void get_str(char *destination, int max, const char *prompt);
 // As get_str without colour, and Enter on an empty line is ignored.
 void get_prtk(char *destination, int max, const char *prompt);
+// Reads a password into `destination` (room for keep + 1 bytes) with
+// get_str's prompt: up to `keep` bytes, every byte accepted, since only
+// their digest is kept. Returns how many were typed; 0 for an empty or
+// ESC-led line.
+int get_secret(char *destination, int keep, const char *prompt);
 // Asks until a number in [low, high] is typed; there is no default.
 uint32_t get_int(uint32_t low, uint32_t high, const char *prompt, const char *error);
 // Reads a number for a field whose current value is `fallback`. An empty or

@@ -9,6 +9,11 @@
 constexpr int kTextCount = 1100;
 constexpr int kTextSize = 101;  // 100 characters and the terminator
 
+// Texts this editor adds to the numbers its family shares, from 1000 up.
+enum OwnText {
+    kTextScheduleUsesUps = 1000,  // a UPS that a schedule names cannot be deleted
+};
+
 // One buffer per text number; "Text 042" until a file supplies text 42.
 extern char *LangText[kTextCount];
 // The "Version:" line of the last loaded file, empty when it has none.

@@ -22,9 +22,11 @@ unsigned toggled(unsigned value) { return value ? 0 : 1; }
 
 }  // namespace
 
-uint16_t CalculatePassword(const char *text) {
+uint16_t CalculatePassword(const char *text) { return password_digest(text, std::strlen(text)); }
+
+uint16_t password_digest(const char *bytes, size_t count) {
     uint16_t sum = 0;
-    for (; *text; ++text) sum = static_cast<uint16_t>(sum + static_cast<signed char>(*text));
+    for (size_t i = 0; i < count; ++i) sum = static_cast<uint16_t>(sum + static_cast<signed char>(bytes[i]));
     return sum;
 }
 
@@ -34,12 +36,12 @@ bool enter_password(unsigned max, uint16_t *protection) {
     print_escapeseq(SEQ_SHOW_CURSOR);
     // Typed without echo: a password does not belong on the screen.
     run_command("stty -echo icanon");
-    char password[kLineMax] = "";
-    get_str(password, static_cast<int>(max < sizeof password ? max : sizeof password), LangText[342]);
+    char password[kLineMax];
+    int count = get_secret(password, static_cast<int>(max), LangText[342]);
     end_line_input();
-    bool entered = password[0] != '\0';
-    *protection = entered ? CalculatePassword(password) : 0;
-    return entered;
+    *protection = password_digest(password, static_cast<size_t>(count));
+    explicit_bzero(password, sizeof password);
+    return count > 0;
 }
 
 void print_network_menu(unsigned row) {

@@ -21,9 +21,11 @@ void network_param();
 // The network screen's password digest, also used for a UPS's password: the
 // 16-bit sum of the text's bytes, each taken as signed. 0 means none.
 uint16_t CalculatePassword(const char *text);
-// Reads a password (without echo) on a screen of its own into *protection:
-// its digest, or 0 for an empty line, which switches protection off and
-// returns false.
+// The same over `count` bytes, zero bytes included.
+uint16_t password_digest(const char *bytes, size_t count);
+// Reads a password of up to `max` bytes (without echo) on a screen of its
+// own into *protection: its digest, or 0 for an empty line, which switches
+// protection off and returns false.
 bool enter_password(unsigned max, uint16_t *protection);
 void print_network_menu(unsigned row);
 

@@ -58,15 +58,25 @@ int group_references(int index) {
     return count;
 }
 
+int schedule_references(int index) {
+    int count = 0;
+    for (const ScheduleEntry &schedule : INI1.Schedule) count += schedule.Action && schedule.UpsIndex == index;
+    return count;
+}
+
 // Clears the entry's name. The writer numbers the defined entries
 // consecutively, so every later entry moves down one number on the next
-// load: group slots follow them now.
+// load: group slots (UPS numbers from 1) and schedules (indexes from 0)
+// follow them now.
 void delete_entry(int index) {
     std::memset(INI1.UPS[index].Name, 0, sizeof INI1.UPS[index].Name);
     for (GroupEntry &group : INI1.Group) {
         for (int slot = 0; slot < kGroupMembers; ++slot) {
             if (group.UPS[slot] > index) group.UPS[slot] = static_cast<uint16_t>(group.UPS[slot] - 1);
         }
+    }
+    for (ScheduleEntry &schedule : INI1.Schedule) {
+        if (schedule.UpsIndex > index) schedule.UpsIndex = static_cast<uint16_t>(schedule.UpsIndex - 1);
     }
 }
 
@@ -89,8 +99,15 @@ bool edit_name(int index, unsigned row) {
 
     if (!input[0]) return true;
     if (input[0] == '*') {
+        // Nothing to delete: renumbering again would move other entries'
+        // references onto their neighbours.
+        if (!entry.Name[0]) return false;
         if (group_references(index) > 0) {
             show_message(row, 10, 246);
+            return true;
+        }
+        if (schedule_references(index) > 0) {
+            show_message(row, 10, kTextScheduleUsesUps);
             return true;
         }
         delete_entry(index);

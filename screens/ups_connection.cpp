@@ -21,8 +21,10 @@ enum Row : unsigned {
 };
 
 // The rows the marker stands on, in order, for the entry's kind. Kinds
-// outside the cycle offer only the kind row: the marker does not move.
-int applicable_rows(const UpsEntry &entry, unsigned rows[6]) {
+// outside the cycle offer only the kind row: the marker does not move. The
+// password row stays a way through while the marker is on it, even when the
+// password just typed has the digest 0 and the row is dimmed.
+int applicable_rows(const UpsEntry &entry, unsigned marker, unsigned rows[6]) {
     int count = 0;
     auto add = [&](std::initializer_list<unsigned> list) {
         for (unsigned row : list) rows[count++] = row;
@@ -33,7 +35,7 @@ int applicable_rows(const UpsEntry &entry, unsigned rows[6]) {
     case kSnmpRfc1628: add({kKind, kNetworkAddress, kDevice, kBack}); break;
     case kTcpIp:
         add({kKind, kNetworkAddress, kDevice, kProtection});
-        if (entry.Password) add({kPassword});
+        if (entry.Password || marker == kPassword) add({kPassword});
         add({kBack});
         break;
     default: add({kKind}); break;
@@ -114,7 +116,7 @@ void ups_conn_param(int index) {
     for (;;) {
         MenuKey key = read_key();
         unsigned rows[6];
-        int count = applicable_rows(entry, rows);
+        int count = applicable_rows(entry, row, rows);
         int at = 0;
         while (at < count && rows[at] != row) ++at;
         if (at < count) {

@@ -176,39 +176,4 @@ TEST(Connections, CreateAndConnectAUps) {
     }
 }
 
-TEST(Connections, DeleteAUps) {
-    EditorSession editor;
-    // Group 2 uses UPS 4 only; UPS 3 is free.
-    std::string group = editor.dir.read("group_01.ini");
-    group.replace(group.find("[UPS]\nUPS_00=3\nUPS_01=4\n"), 24, "[UPS]\nUPS_01=4\n");
-    editor.dir.write("group_01.ini", group);
-    ASSERT_TRUE(editor.open());
-    ASSERT_TRUE(editor.choose(kMainConnections, "UPS connections")) << editor.screen();
-
-    // UPS 1 is a member of group 1: refused.
-    ASSERT_TRUE(editor.choose(3, "1 - UPS name:     Main UPS")) << editor.screen();
-    ASSERT_TRUE(editor.choose(kUpsName, "Type * to delete this UPS.")) << editor.screen();
-    editor.send("*\r");
-    ASSERT_TRUE(editor.wait_for_text("A group still uses this UPS")) << editor.screen();
-    ASSERT_TRUE(editor.wait_for_marker(kUpsName)) << editor.screen();
-    EXPECT_NE(editor.row(kUpsName).find("Main UPS"), std::string::npos);
-    ASSERT_TRUE(editor.choose(kUpsBack, "UPS connections")) << editor.screen();
-
-    // UPS 3 is free: deleted, and the screen closes.
-    ASSERT_TRUE(editor.choose(5, "1 - UPS name:     Network UPS")) << editor.screen();
-    ASSERT_TRUE(editor.choose(kUpsName, "Type * to delete this UPS.")) << editor.screen();
-    editor.send("*\r");
-    ASSERT_TRUE(editor.wait_for_text("UPS connections") && editor.wait_for_marker(5)) << editor.screen();
-    EXPECT_EQ(editor.row(5), "  -->  3 - (not defined)");
-    ASSERT_TRUE(editor.choose(kListBack, "Corvane v 5.3.0")) << editor.screen();
-    ASSERT_TRUE(editor.save()) << editor.screen();
-
-    std::string korvel = editor.dir.read("korvel.ini");
-    EXPECT_NE(ini_section(korvel, "UPS_02").find("Name=\"Backup UPS\""), std::string::npos) << "the next UPS moved down";
-    EXPECT_EQ(korvel.find("[UPS_03]"), std::string::npos);
-    EXPECT_NE(editor.dir.read("group_01.ini").find("[UPS]\nUPS_01=3\n\n"), std::string::npos)
-        << "the group follows its UPS to number 3";
-    EXPECT_NE(editor.dir.read("group_00.ini").find("[UPS]\nUPS_00=1\nUPS_01=2\n\n"), std::string::npos);
-}
-
 }  // namespace
