@@ -4,9 +4,10 @@ TEST_BUILD ?= build-test
 BENCH_BUILD ?= build-bench
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 60
+MUTANTS    ?= 80
 JOBS       ?= $(shell nproc)
 
-.PHONY: all build run test bench fuzz clean
+.PHONY: all build run test bench fuzz mutants clean
 
 all: build
 
@@ -42,5 +43,10 @@ fuzz:
 	cmake --build $(FUZZ_BUILD) -j$(JOBS)
 	tools/fuzz $(FUZZ_BUILD) $(FUZZ_SECONDS)
 
+# Not part of `make test`: about an hour on two cores.
+mutants:
+	tools/install-deps mutants
+	tools/mutate --count $(MUTANTS) --jobs $(JOBS)
+
 clean:
-	rm -rf $(BUILD) $(TEST_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(TEST_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD) build-mutants

@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <dirent.h>
 #include <fstream>
 #include <map>
@@ -12,6 +15,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 #include <termios.h>
 #include <vector>
 
@@ -141,8 +145,13 @@ private:
         return *editor_;
     }
 
-    // Sends `bytes`, remembering where the answer to them begins.
+    double elapsed_ms() const {
+        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - pressed_at_).count();
+    }
+
+    // Sends `bytes`, remembering where and when the answer to them begins.
     void press(const std::string &bytes) {
+        pressed_at_ = std::chrono::steady_clock::now();
         mark_ = editor().output().size();
         bells_ = editor().bells();
         editor().send(bytes);
@@ -162,8 +171,9 @@ private:
             },
             kWaitMs);
         if (ok) return "";
-        return "expected \"" + title + "\" with the marker on " + marker + "; marker on " +
-               std::to_string(editor_->marker_row());
+        if (editor_->output().find(clear, mark_) == std::string::npos) return "no screen was drawn since the key";
+        if (editor_->screen().find(title) == std::string::npos) return "\"" + title + "\" is not on the screen";
+        return "the marker is on " + std::to_string(editor_->marker_row()) + ", not " + marker;
     }
 
     // Presses Down or Up once; the marker must then stand on `target`, which
@@ -182,7 +192,19 @@ private:
 
     std::string file_text(const std::string &name) { return editor().dir.read(name); }
 
-    std::string perform(const std::vector<std::string> &w) {
+    // $DIR is the Korvel directory (ending in "/"), $PATH the tests' own.
+    std::string expand(std::string word) {
+        for (const char *name : {"$DIR", "$PATH"}) {
+            size_t at = word.find(name);
+            if (at == std::string::npos) continue;
+            const char *path = getenv("PATH");
+            word.replace(at, std::strlen(name), name[1] == 'D' ? editor().dir.path() : path ? path : "");
+        }
+        return word;
+    }
+
+    std::string perform(std::vector<std::string> w) {
+        for (std::string &word : w) word = expand(word);
         const std::string &verb = w[0];
         auto arg = [&](size_t i) -> const std::string & {
             static const std::string none;
@@ -203,6 +225,28 @@ private:
             editor().dir.write(arg(1), text.replace(at, arg(2).size(), arg(3)));
             return "";
         }
+        if (verb == "replace-all" && need(3)) {
+            std::string text = file_text(arg(1));
+            for (size_t at = text.find(arg(2)); at != std::string::npos; at = text.find(arg(2), at + arg(3).size())) {
+                text.replace(at, arg(2).size(), arg(3));
+            }
+            return editor().dir.write(arg(1), text), "";
+        }
+        if (verb == "size" && need(2)) {
+            struct stat state;
+            if (stat(editor().dir.path(arg(1)).c_str(), &state) != 0) return arg(1) + " is missing";
+            return state.st_size == std::stol(arg(2)) ? "" : arg(1) + " has " + std::to_string(state.st_size) + " bytes";
+        }
+        if (verb == "same-from" && need(3)) {
+            std::string a = file_text(arg(1)), b = file_text(arg(2));
+            size_t at = a.find(arg(3)), bt = b.find(arg(3));
+            bool same = at != std::string::npos && bt != std::string::npos && a.substr(at) == b.substr(bt);
+            return same ? "" : "they differ from " + arg(3);
+        }
+        if (verb == "link" && need(2)) {
+            return symlink(arg(1).c_str(), editor().dir.path(arg(2)).c_str()) == 0 ? "" : "cannot";
+        }
+        if (verb == "stdin-null" && need(0)) return editor().stdin_null = true, "";
         if (verb == "write" && need(2)) return editor().dir.write(arg(1), arg(2)), "";
         if (verb == "copy" && need(2)) return editor().dir.write(arg(2), file_text(arg(1))), "";
         if (verb == "remove" && need(1)) return std::remove(editor().dir.path(arg(1)).c_str()) == 0 ? "" : "cannot";
@@ -224,13 +268,17 @@ private:
             bool ok = editor().ended_with(number(1));
             return ok ? "" : "status " + std::to_string(editor().wait_status());
         }
-        if (verb == "killed" && need(1)) {
-            bool ok = editor().wait_exit(kWaitMs) && WIFSIGNALED(editor().wait_status()) &&
+        if (verb == "killed" && (need(1) || need(2))) {
+            // Within the time given (from the last key or signal), when given.
+            int limit = need(2) ? number(2) - static_cast<int>(elapsed_ms()) : kWaitMs;
+            bool ok = editor().wait_exit(limit > 0 ? limit : 0) && WIFSIGNALED(editor().wait_status()) &&
                       WTERMSIG(editor().wait_status()) == signal_number(arg(1));
-            return ok ? "" : "status " + std::to_string(editor().wait_status());
+            return ok ? "" : "not ended by SIG" + arg(1) + " in time; status " + std::to_string(editor().wait_status());
         }
+        if (verb == "ended" && need(0)) return editor().wait_exit(kWaitMs) ? "" : "still running";
         if (verb == "signal" && need(1)) {
             mark_ = editor().output().size();
+            pressed_at_ = std::chrono::steady_clock::now();
             editor().signal(signal_number(arg(1)));
             return "";
         }
@@ -282,6 +330,17 @@ private:
             int rung = editor().bells() - bells_;
             return rung == number(1) ? "" : std::to_string(rung) + " bells since the last key";
         }
+        if (verb == "cell" && need(4)) {
+            PtySession::Cell cell = editor().cell(number(1), number(2));
+            bool ok = cell.colour == number(3) && cell.bold == (arg(4) == "bold");
+            return ok ? "" : "\"" + cell.text + "\" in colour " + std::to_string(cell.colour) + (cell.bold ? " bold" : "");
+        }
+        if (verb == "mode" && need(1)) {
+            struct termios state;
+            if (!editor().modes(&state)) return "no terminal modes";
+            bool keys = !(state.c_lflag & (ECHO | ICANON));
+            return keys == (arg(1) == "keys") ? "" : "the terminal is not in " + arg(1) + " mode";
+        }
         if (verb == "cursor" && need(1)) {
             return editor().cursor_visible() == (arg(1) == "shown") ? "" : "the cursor is not " + arg(1);
         }
@@ -294,6 +353,9 @@ private:
         if (verb == "section" && need(3)) {
             std::string section = ini_section(file_text(arg(1)), arg(2)) + "\n";
             return section.find("\n" + arg(3) + "\n") != std::string::npos ? "" : section;
+        }
+        if ((verb == "exists" || verb == "missing") && need(1)) {
+            return editor().dir.exists(arg(1)) == (verb == "exists") ? "" : arg(1) + (verb == "exists" ? " is missing" : " exists");
         }
         if (verb == "unchanged" && need(0)) {
             std::map<std::string, std::string> now;
@@ -316,6 +378,7 @@ private:
     std::map<std::string, std::string> started_;
     size_t mark_ = 0;
     int bells_ = 0;
+    std::chrono::steady_clock::time_point pressed_at_;
 };
 
 class ScenarioTest : public ::testing::Test {

@@ -16,8 +16,9 @@ EditorSession::EditorSession(const std::string &korvel_dir) {
 // the umask the files were made with: the link to the build's editor becomes
 // a copy anyone may run.
 static int open_up(const char *path, const struct stat *state, int, struct FTW *) {
-    // A link is left alone: chmod would change what it points to.
-    if (!S_ISLNK(state->st_mode)) chmod(path, S_ISDIR(state->st_mode) ? 0755 : 0644);
+    // A link is left alone: chmod would change what it points to. So is a
+    // file a test made unreadable on purpose.
+    if (!S_ISLNK(state->st_mode) && (state->st_mode & 0777) != 0) chmod(path, S_ISDIR(state->st_mode) ? 0755 : 0644);
     return 0;
 }
 
@@ -32,6 +33,7 @@ bool EditorSession::open(bool wait_for_menu) {
     Options options;
     options.cwd = cwd.empty() ? dir.path() : cwd;
     options.unprivileged = unprivileged;
+    options.stdin_null = stdin_null;
     options.environment = environment;
     if (unprivileged) {
         open_up_for_anyone();

@@ -22,6 +22,8 @@ struct EditorSession : PtySession {
     std::string cwd;
     // Run as an unprivileged user (the directory is opened up for it).
     bool unprivileged = false;
+    // Standard input from /dev/null instead of the terminal.
+    bool stdin_null = false;
 
     // The row of the "-->" marker, or -1.
     int marker_row() const;

@@ -121,9 +121,11 @@ TEST_F(LanguageFiles, MissingFileOrSectionAreReportedByResult) {
 
 TEST_F(LanguageFiles, TheEditorsOwnKindLeavesStatusTextsAlone) {
     write("lang_00.ini", "English\n[Corvane]\n" + texts(0, 99, "C"));
+    std::strcpy(sys_mess[0], "kept");
+    std::strcpy(sys_mess[12], "kept too");
     ASSERT_EQ(LoadText(kCorvane, 0), 0);
-    EXPECT_STREQ(sys_mess[0], "On Line");
-    EXPECT_STREQ(sys_mess[12], "Line Interactive");
+    EXPECT_STREQ(sys_mess[0], "kept");
+    EXPECT_STREQ(sys_mess[12], "kept too");
 }
 
 TEST_F(LanguageFiles, ChoiceListsTheFilesPresentAndStoresTheChoice) {
