@@ -89,15 +89,27 @@ std::vector<Scenario> load_scenarios() {
     for (const std::string &name : names) {
         std::ifstream in(dir + name);
         std::string text;
+        // "define NAME" ... "end" names steps that "do NAME" repeats.
+        std::map<std::string, std::vector<Step>> defined;
+        std::vector<Step> *defining = nullptr;
         for (int number = 1; std::getline(in, text); ++number) {
             Step step{name, number, {}};
             if (!split(text, step.words)) step.words = {"unclosed-quote"};
             if (step.words.empty()) continue;
-            if (step.words[0] == "scenario" && step.words.size() == 2) {
+            const std::string &verb = step.words[0];
+            if (verb == "define" && step.words.size() == 2) {
+                defining = &defined[step.words[1]];
+            } else if (verb == "end" && defining) {
+                defining = nullptr;
+            } else if (defining) {
+                defining->push_back(step);
+            } else if (verb == "scenario" && step.words.size() == 2) {
                 size_t dot = step.words[1].find('.');
                 all.push_back({name, step.words[1].substr(0, dot), step.words[1].substr(dot + 1), {}});
             } else if (all.empty()) {
                 all.push_back({name, "Unnamed", name, {{name, number, {"step-before-scenario"}}}});
+            } else if (verb == "do" && step.words.size() == 2 && defined.count(step.words[1])) {
+                for (const Step &done : defined[step.words[1]]) all.back().steps.push_back(done);
             } else {
                 all.back().steps.push_back(step);
             }
@@ -225,26 +237,11 @@ private:
             editor().dir.write(arg(1), text.replace(at, arg(2).size(), arg(3)));
             return "";
         }
-        if (verb == "replace-all" && need(3)) {
-            std::string text = file_text(arg(1));
-            for (size_t at = text.find(arg(2)); at != std::string::npos; at = text.find(arg(2), at + arg(3).size())) {
-                text.replace(at, arg(2).size(), arg(3));
-            }
-            return editor().dir.write(arg(1), text), "";
-        }
-        if (verb == "size" && need(2)) {
-            struct stat state;
-            if (stat(editor().dir.path(arg(1)).c_str(), &state) != 0) return arg(1) + " is missing";
-            return state.st_size == std::stol(arg(2)) ? "" : arg(1) + " has " + std::to_string(state.st_size) + " bytes";
-        }
         if (verb == "same-from" && need(3)) {
             std::string a = file_text(arg(1)), b = file_text(arg(2));
             size_t at = a.find(arg(3)), bt = b.find(arg(3));
             bool same = at != std::string::npos && bt != std::string::npos && a.substr(at) == b.substr(bt);
             return same ? "" : "they differ from " + arg(3);
-        }
-        if (verb == "link" && need(2)) {
-            return symlink(arg(1).c_str(), editor().dir.path(arg(2)).c_str()) == 0 ? "" : "cannot";
         }
         if (verb == "stdin-null" && need(0)) return editor().stdin_null = true, "";
         if (verb == "write" && need(2)) return editor().dir.write(arg(1), arg(2)), "";
@@ -346,16 +343,21 @@ private:
         }
 
         // Files.
-        if ((verb == "has" || verb == "lacks") && need(2)) {
-            bool found = file_text(arg(1)).find(arg(2)) != std::string::npos;
-            return found == (verb == "has") ? "" : arg(1) + ":\n" + file_text(arg(1));
+        // Each of the texts (files) after the first word or two.
+        if ((verb == "has" || verb == "lacks" || verb == "section") && w.size() > (verb == "section" ? 3u : 2u)) {
+            std::string text = file_text(arg(1));
+            if (verb == "section") text = ini_section(text, arg(2)) + "\n";
+            for (size_t i = verb == "section" ? 3 : 2; i < w.size(); ++i) {
+                std::string wanted = verb == "section" ? "\n" + w[i] + "\n" : w[i];
+                if ((text.find(wanted) != std::string::npos) != (verb != "lacks")) return "\"" + w[i] + "\" in\n" + text;
+            }
+            return "";
         }
-        if (verb == "section" && need(3)) {
-            std::string section = ini_section(file_text(arg(1)), arg(2)) + "\n";
-            return section.find("\n" + arg(3) + "\n") != std::string::npos ? "" : section;
-        }
-        if ((verb == "exists" || verb == "missing") && need(1)) {
-            return editor().dir.exists(arg(1)) == (verb == "exists") ? "" : arg(1) + (verb == "exists" ? " is missing" : " exists");
+        if ((verb == "exists" || verb == "missing") && w.size() > 1) {
+            for (size_t i = 1; i < w.size(); ++i) {
+                if (editor().dir.exists(w[i]) != (verb == "exists")) return w[i] + (verb == "exists" ? " is missing" : " exists");
+            }
+            return "";
         }
         if (verb == "unchanged" && need(0)) {
             std::map<std::string, std::string> now;

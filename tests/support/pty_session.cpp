@@ -196,12 +196,6 @@ int PtySession::cursor_row() const {
     return position.row;
 }
 
-int PtySession::cursor_col() const {
-    VTermPos position;
-    vterm_state_get_cursorpos(vterm_obtain_state(vterm_), &position);
-    return position.col;
-}
-
 bool PtySession::wait_exit(int timeout_ms) {
     auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
     while (!exited_) {

@@ -55,7 +55,6 @@ public:
     };
     Cell cell(int r, int c) const;
     int cursor_row() const;
-    int cursor_col() const;
     bool cursor_visible() const { return cursor_visible_; }
     int bells() const { return bells_; }
     const std::string &output() const { return output_; }  // every byte received

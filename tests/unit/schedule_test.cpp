@@ -1,0 +1,286 @@
+// Calendar arithmetic, the stored schedule text and the evaluator, which
+// must list exactly what a minute-by-minute scan lists.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "config/record.h"
+#include "console/lang.h"
+#include "schedule/calendar.h"
+#include "schedule/codec.h"
+#include "schedule/evaluator.h"
+#include "support/zone.h"
+
+namespace {
+
+time_t pinned_now;
+time_t pinned() { return pinned_now; }
+
+std::string local_text(int64_t moment, const char *format = "%d.%m.%Y %H:%M") {
+    time_t at = static_cast<time_t>(moment);
+    struct tm broken;
+    localtime_r(&at, &broken);
+    char text[32];
+    std::strftime(text, sizeof text, format, &broken);
+    return text;
+}
+
+// With "now" in winter and in summer: daylight saving of now shifts the
+// first guess, which the hour-by-hour step corrects.
+TEST(Calendar, DatesAndTimesInTwoZones) {
+    const struct {
+        const char *typed, *expected;  // expected "" for refused
+    } dates[] = {
+        {"29.02.2012 10:00", "29.02.2012 10:00"}, {"29.02.2013 10:00", "01.03.2013 10:00"},
+        {"31.04.2030 08:00", "01.05.2030 08:00"}, {"15.07.112 23:59", "15.07.2012 23:59"},
+        {"10.01.2030 00:00", "10.01.2030 00:00"}, {"01.01.2011 10:00", ""},  // in the past
+        {"10.05.2030 24:00", ""}, {"10.05.2030", ""}, {"10.05.2030 1000", ""}, {"10-05-2030 10:00", ""},
+        {"01.01.2039 10:00", ""}, {"01.01.139 10:00", ""},
+    };
+    const struct {
+        const char *typed, *expected;
+    } times[] = {{"07:05", "07:05"}, {"23:59", "23:59"}, {"12:60", ""}, {"25:00", ""}, {"0700", ""}};
+    time_t (*saved)() = ScheduleNow;
+    ScheduleNow = pinned;
+    for (const char *zone : {"UTC", "Europe/Berlin"}) {
+        ZoneSetting setting(zone);
+        for (time_t now : {utc(2011, 1, 15, 12, 0), utc(2011, 7, 15, 12, 0)}) {
+            pinned_now = now;
+            for (const auto &c : dates) {
+                int64_t got = check_datetime(c.typed);
+                EXPECT_EQ(got ? local_text(got) : "", c.expected) << zone << " " << now << " " << c.typed;
+            }
+            for (const auto &c : times) {
+                int64_t got = check_time(c.typed);
+                std::string today = local_text(now, "%d.%m.%Y ");
+                EXPECT_EQ(got ? local_text(got) : "", *c.expected ? today + c.expected : "") << c.typed;
+            }
+        }
+    }
+    ScheduleNow = saved;
+}
+
+TEST(Calendar, TotalSecondsCountFromNineteenSeventy) {
+    ZoneSetting zone("UTC");
+    const struct {
+        int year, month, day, hour, second;
+        int64_t expected;
+    } cases[] = {
+        {139, 0, 0, 0, 0, -1}, {69, 11, 30, 23, 0, -1}, {70, 0, 0, 0, 0, -1}, {70, 0, 0, 0, 1, 1},
+        {112, 1, 28, 10, 0, utc(2012, 2, 29, 10, 0)}, {113, 1, 28, 10, 0, utc(2013, 3, 1, 10, 0)},
+        {112, 0, 0, 0, 86400 * 31, utc(2012, 2, 1, 0, 0)}, {137, 12, 0, 0, 0, utc(2038, 1, 1, 0, 0)},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(totalsec(c.year, c.month, c.day, c.hour, 0, c.second), c.expected) << c.year << "/" << c.month;
+    }
+}
+
+TEST(ScheduleText, DecodedAndEncoded) {
+    std::memset(&INI, 0, sizeof INI);
+    const char *texts[] = {"50A1B2C30001020305", "50a1b2c30001020305", "50A1"};
+    for (int i = 0; i < 3; ++i) std::strcpy(INI.Schedule[i].Data, texts[i]);
+    INI.Schedule[3].Action = 3;  // no text: left untouched
+    DecodeSchedules();
+    const struct {
+        uint32_t start;
+        unsigned ups, action, period, day;
+    } decoded[] = {{0x50A1B2C3, 1, 2, 3, 5}, {0x50A1B2C3, 1, 2, 3, 5}, {0x50A1D0D0, 0xD0D0, 0xD0, 0xD0, 0xD0}};
+    for (int i = 0; i < 3; ++i) {
+        const ScheduleEntry &entry = INI.Schedule[i];
+        EXPECT_EQ(+entry.StartTime, decoded[i].start) << i;
+        EXPECT_EQ(+entry.UpsIndex, decoded[i].ups) << i;
+        EXPECT_EQ(+entry.Action, decoded[i].action) << i;
+        EXPECT_EQ(+entry.Period, decoded[i].period) << i;
+        EXPECT_EQ(+entry.PeriodDay, decoded[i].day) << i;
+        EXPECT_STREQ(entry.Data, texts[i]) << "the text itself stays";
+    }
+    EXPECT_EQ(+INI.Schedule[3].Action, 3);
+    EXPECT_EQ(get_hex("G0"), ('G' * 16 + '0' - '0') & 0xFF) << "not refused";
+
+    INI.Schedule[2] = {};
+    INI.Schedule[2].StartTime = 0x0A0B0C0D;
+    INI.Schedule[2].UpsIndex = 0x000F;
+    INI.Schedule[2].Action = kOsShutdown;
+    INI.Schedule[2].Period = kMonthly;
+    INI.Schedule[2].PeriodDay = 10;
+    INI.Schedule[3] = {};
+    std::strcpy(INI.Schedule[3].Data, "50A1B2C30001020305");
+    INI.Schedule[3].LastRun = 7;
+    EncodeSchedules();
+    EXPECT_STREQ(INI.Schedule[1].Data, "50A1B2C30001020305") << "upper case";
+    EXPECT_STREQ(INI.Schedule[2].Data, "0A0B0C0D000F07040A") << "leading zeros kept";
+    const ScheduleEntry zero = {};
+    EXPECT_EQ(std::memcmp(&INI.Schedule[3], &zero, sizeof zero), 0) << "action 0: the whole entry cleared";
+}
+
+TEST(JobDefaults, MessagesAndIntervalsByJobNumber) {
+    ASSERT_EQ(AllocText(), 0);
+    for (int n : {79, 80, 100, 341, 384, 391, 402}) std::snprintf(LangText[n], kTextSize, "T%d", n);
+    const struct {
+        int index, mode;
+        const char *message;
+        unsigned interval;
+    } cases[] = {{0, 0, "T79", 60},  {1, 0, "T80", 0},    {2, 0, "T341", 60}, {2, 1, "T402", 60},
+                 {21, 0, "T100", 0}, {22, 0, "T384", 60}, {23, 0, nullptr, 60}, {24, 0, nullptr, 0},
+                 {27, 0, nullptr, 0}, {28, 0, nullptr, 60}, {29, 1, "T391", 0}};
+    for (const auto &c : cases) {
+        JobEntry job;
+        std::memset(&job, 0x55, sizeof job);
+        JobToDefault(job, c.index, c.mode);
+        if (c.message) {
+            EXPECT_STREQ(job.Message, c.message) << c.index;
+        }
+        EXPECT_EQ(+job.LocalMessageInterval, c.interval) << c.index;
+        EXPECT_EQ(job.Log + job.LocalMessage, 2) << c.index;
+        EXPECT_EQ(job.Execute + job.ShutdownDelay + job.VoiceDelay + job.File[0], 0) << c.index;
+    }
+    FreeText();
+}
+
+struct Line {
+    int index;
+    std::string when;  // local "YYYY-MM-DD HH:MM w"
+    bool operator==(const Line &other) const { return index == other.index && when == other.when; }
+};
+void PrintTo(const Line &line, std::ostream *out) { *out << line.index << "@" << line.when; }
+
+void collect(const Firing &firing, void *context) {
+    char when[32];
+    std::strftime(when, sizeof when, "%Y-%m-%d %H:%M %w", &firing.when);
+    static_cast<std::vector<Line> *>(context)->push_back(Line{firing.index, when});
+}
+
+// Scans with the fast and the literal form; they must agree in every
+// result, the last match and where they stopped.
+std::vector<Line> both_scans(int64_t start, int64_t end, const ConfigRecord &record) {
+    std::vector<Line> lines[2];
+    ScheduleEntry last[2];
+    int64_t stopped[2] = {start, start};
+    int counts[2];
+    for (int fast = 0; fast < 2; ++fast) {
+        std::memset(&ShedAction, 0, sizeof ShedAction);
+        counts[fast] = (fast ? scan_schedules : scan_literally)(stopped[fast], end, record, collect, &lines[fast]);
+        last[fast] = ShedAction;
+    }
+    EXPECT_EQ(lines[1], lines[0]);
+    EXPECT_EQ(counts[1], counts[0]);
+    EXPECT_EQ(stopped[1], stopped[0]);
+    EXPECT_EQ(std::memcmp(&last[0], &last[1], sizeof last[0]), 0) << "the last match";
+    return lines[0];
+}
+
+TEST(Evaluator, WhatFiresWhen) {
+    ZoneSetting zone("UTC");
+    struct Entry {
+        int index;
+        uint8_t period;
+        time_t start;
+        uint8_t day;
+    };
+    const int64_t nov22 = utc(2026, 11, 22, 0, 0);
+    const struct {
+        const char *what;
+        std::vector<Entry> entries;
+        int64_t from, to;
+        std::vector<Line> expected;
+    } cases[] = {
+        {"daily from the first day, even before its start", {{0, kDaily, utc(2027, 1, 1, 10, 0), 0}}, nov22,
+         nov22 + 3 * 86400, {{0, "2026-11-22 10:00 0"}, {0, "2026-11-23 10:00 1"}, {0, "2026-11-24 10:00 2"}}},
+        {"once only on its day, never in the past",
+         {{0, kOnce, utc(2026, 1, 1, 10, 0), 0}, {1, kOnce, utc(2026, 12, 24, 18, 0), 0}}, nov22, nov22 + 8640000,
+         {{1, "2026-12-24 18:00 4"}}},
+        {"monthly on the 31st only in long months", {{3, kMonthly, utc(2026, 5, 5, 9, 0), 31}},
+         utc(2026, 11, 1, 0, 0), utc(2026, 11, 1, 0, 0) + 8640000, {{3, "2026-12-31 09:00 4"}, {3, "2027-01-31 09:00 0"}}},
+        {"weekly on its weekday; weekday 9 never",
+         {{0, kWeekly, utc(2026, 1, 1, 2, 0), 0}, {1, kWeekly, utc(2026, 1, 1, 2, 0), 9}}, nov22, utc(2026, 12, 7, 0, 0),
+         {{0, "2026-11-22 02:00 0"}, {0, "2026-11-29 02:00 0"}, {0, "2026-12-06 02:00 0"}}},
+    };
+    for (const auto &c : cases) {
+        auto record = std::make_unique<ConfigRecord>();
+        std::memset(record.get(), 0, sizeof(ConfigRecord));
+        for (const Entry &e : c.entries) {
+            ScheduleEntry &entry = record->Schedule[e.index];
+            entry.Action = kUpsTest;
+            entry.Period = e.period;
+            entry.StartTime = static_cast<uint32_t>(e.start);
+            entry.PeriodDay = e.day;
+        }
+        EXPECT_EQ(both_scans(c.from, c.to, *record), c.expected) << c.what;
+    }
+
+    // Ten lines in one minute, then one line per minute; never twice in the
+    // minute it last ran; a finished scan lists nothing more.
+    auto record = std::make_unique<ConfigRecord>();
+    std::memset(record.get(), 0, sizeof(ConfigRecord));
+    for (ScheduleEntry &entry : record->Schedule) {
+        entry.Action = kUpsTest;
+        entry.Period = kDaily;
+        entry.StartTime = static_cast<uint32_t>(utc(2026, 1, 1, 10, 0));
+    }
+    auto lines = both_scans(nov22, nov22 + 3 * 86400, *record);
+    ASSERT_EQ(lines.size(), 12u);
+    EXPECT_EQ(lines[9], (Line{9, "2026-11-22 10:00 0"}));
+    EXPECT_EQ(lines[10], (Line{0, "2026-11-23 10:00 1"}));
+    record->Schedule[0].LastRun = static_cast<int32_t>(utc(2026, 11, 22, 10, 0) + 17);
+    EXPECT_EQ(TestSchedules(utc(2026, 11, 22, 10, 0) + 59, *record, 0), 0);
+    EXPECT_EQ(TestSchedules(utc(2026, 11, 23, 10, 0) + 30, *record, 0), 1);
+    int64_t start = nov22 + 7, end = nov22 + 7 + 86400;
+    std::vector<Line> none;
+    scan_schedules(start, end, *record, collect, &none);
+    EXPECT_EQ(start, end);
+    none.clear();
+    scan_schedules(start, end, *record, collect, &none);
+    EXPECT_TRUE(none.empty());
+}
+
+// Random schedules near the moments a zone's offset changes: every action
+// and period (unknown ones too), local times that daylight saving skips or
+// repeats, once-only moments in the window, minutes already run.
+TEST(Evaluator, TheFastScanListsWhatTheLiteralOneListsInSixZones) {
+    std::mt19937 random(20261122);
+    auto pick = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
+    auto record = std::make_unique<ConfigRecord>();
+    for (const char *name : {"UTC", "Europe/Berlin", "America/New_York", "Australia/Sydney", "Europe/Dublin",
+                             "Asia/Kolkata"}) {
+        ZoneSetting zone(name);
+        random.seed(20261122);
+        std::vector<int64_t> changes;
+        for (int64_t moment = utc(2026, 1, 1, 0, 0), offset = 99999; moment < utc(2027, 1, 1, 0, 0); moment += 900) {
+            time_t at = static_cast<time_t>(moment);
+            struct tm broken;
+            localtime_r(&at, &broken);
+            if (offset != 99999 && broken.tm_gmtoff != offset) changes.push_back(moment);
+            offset = broken.tm_gmtoff;
+        }
+        if (changes.empty()) changes = {utc(2026, 3, 29, 0, 30), utc(2026, 10, 25, 23, 45)};
+        size_t compared = 0;
+        for (int64_t change : changes) {
+            for (int round = 0; round < 13; ++round) {
+                int64_t window = round == 0 ? 8640000 : 3 * 86400;
+                std::memset(record->Schedule, 0, sizeof record->Schedule);
+                for (int n = 0; n < (round == 0 ? 8 : 16); ++n) {
+                    ScheduleEntry &entry = record->Schedule[pick(0, kSchedules - 1)];
+                    entry.Action = static_cast<uint8_t>(pick(0, 9) == 0 ? pick(8, 12) : pick(1, 7));
+                    entry.Period = static_cast<uint8_t>(pick(0, 11) == 0 ? pick(5, 9) : pick(1, 4));
+                    entry.PeriodDay = static_cast<uint8_t>(entry.Period == kWeekly ? pick(0, 7) : pick(1, 31));
+                    int64_t moment = change + pick(-2, 2) * 3600 + pick(0, 59) * 60;
+                    if (pick(0, 2) == 0) moment = change + static_cast<int64_t>(pick(0, 1000000)) * window / 1000000;
+                    if (pick(0, 4) == 0) moment = change - pick(0, 400) * 86400 + pick(0, 86399);
+                    entry.StartTime = static_cast<uint32_t>(moment);
+                    if (pick(0, 7) == 0) entry.LastRun = static_cast<int32_t>(moment + pick(0, 3) * 86400);
+                    entry.UpsIndex = static_cast<uint16_t>(pick(0, 17));
+                }
+                int64_t from = round == 0 ? change - 3 * 3600 + 23 : change - pick(0, 86400);
+                if (round % 4 == 1) from = change - (round % 8 == 1 ? 0 : 60);
+                compared += both_scans(from, from + window, *record).size();
+            }
+        }
+        EXPECT_GT(compared, 500u) << name << ": the random sets must actually fire";
+    }
+}
+
+}  // namespace

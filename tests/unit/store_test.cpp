@@ -1,0 +1,454 @@
+// The store: the reader's rules, the writers' layout (the full-size
+// directory must come back byte for byte), failed saves, group profiles.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "config/fields.h"
+#include "config/group_profile.h"
+#include "config/ini_reader.h"
+#include "config/ini_writer.h"
+#include "config/record.h"
+#include "console/globals.h"
+#include "schedule/codec.h"
+#include "support/console_capture.h"
+#include "support/scratch_dir.h"
+
+namespace {
+
+std::string field(const char *text, size_t width) { return std::string(text, strnlen(text, width)); }
+#define TEXT_OF(f) field(f, sizeof(f))
+// A field of the record: where it lies and how wide it is.
+#define AT(path) offsetof(ConfigRecord, path), sizeof(INI.path)
+
+// The value of a field as text: a text up to its terminator or width, a
+// number in decimal.
+std::string value_at(size_t offset, size_t width) {
+    const char *where = reinterpret_cast<const char *>(&INI) + offset;
+    if (width > 2) return std::string(where, strnlen(where, width));
+    uint16_t number = 0;
+    std::memcpy(&number, where, width);
+    return std::to_string(number);
+}
+
+class Reader : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::memset(&INI, 0, sizeof INI);
+        actual_section = 255;
+    }
+    // Reads one file of `kind` with the given text.
+    void read(int kind, const std::string &name, const std::string &text) {
+        dir_.write(name, text);
+        ASSERT_EQ(EncodeINIFile(kind, dir_.path(name).c_str()), 0);
+    }
+    ScratchDir dir_;
+};
+
+TEST_F(Reader, WhatEachLineSetsInTheRecord) {
+    const std::string headers =
+        "Name=\"before any header\"\n[System]\nName=\"Rack\"\nName =\"not a key\"\n Location=\"indented: a comment\"\n"
+        ";Contact=\"comment\"\n\aContact=\"bell line\"\n[Nonsense]\nContact=\"unknown section: still System\"\n"
+        "[network]\nLanguage=7\n[Network\nEventLog=1\n[Network]\nCheckRate=9\nName=\"no Network key\"\nServer=1\nServer=2\n";
+    const std::string values =
+        "[System]\nName=\"ab\"cd\"\nLocation=Hall B \nContact=desk\r\nKeyCode=\"MERID32001RU\"\r\nLanguage= 42abc\n"
+        "EventLog=-1\nDataLog=70000\nDataLogRate=none\nDataLogMin=99999999999999999999\n"
+        "DataLogMax=-99999999999999999999\nSaveFiles=\t+7\n[Network]\nHTTPPath=\"/var/www\n";
+    const std::string widths = "[System]\nLocation=\"Hall\"\nName=\"" + std::string(40, 'N') + "\"\n";
+    const std::string long_line = "[System]\nContact=" + std::string(290, 'a') + "Location=Hall\nLanguage=3\n";
+    const std::string past_arrays = "[Serial_01]\nDevice=\"ABCD\"\n[Schedule_16]\nData=\"Overlaid\"\n[UPS_16]\nName=\"Y\"\n"
+                                    "[UPS_31]\nSNMPSetComm=\"far\"\n";
+    std::string jobs = "[Job_00]\nLog=257\nLogDelay=300\nExecuteInterval=70000\n";
+    for (int j = 0; j < 8; ++j) jobs += "[Job_0" + std::to_string(j) + "]\nShutdown=1\n";
+    const struct {
+        int file;
+        const std::string &text;
+        size_t offset, width;
+        const char *expected, *why;
+    } cases[] = {
+        {kKorvelIni, headers, AT(System.Name), "Rack", "keys before any header are lost"},
+        {kKorvelIni, headers, AT(System.Location), "", "an indented line is a comment"},
+        {kKorvelIni, headers, AT(System.Contact), "unknown section: still System", "an unknown header changes nothing"},
+        {kKorvelIni, headers, AT(System.Language), "7", "section names are case-sensitive"},
+        {kKorvelIni, headers, AT(System.EventLog), "1", "a header without ] is ignored"},
+        {kKorvelIni, headers, AT(Network.CheckRate), "9", ""},
+        {kKorvelIni, headers, AT(Network.Server), "2", "the last one wins"},
+        {kKorvelIni, values, AT(System.Name), "ab", "cut at the next quote"},
+        {kKorvelIni, values, AT(System.Location), "Hall B ", "trailing blank kept"},
+        {kKorvelIni, values, AT(System.Contact), "desk\r", "CR of an unquoted value kept"},
+        {kKorvelIni, values, AT(System.KeyCode), "MERID32001RU", ""},
+        {kKorvelIni, values, AT(System.Language), "42", ""},
+        {kKorvelIni, values, AT(System.EventLog), "255", "wraps to the field's width"},
+        {kKorvelIni, values, AT(System.DataLog), "4464", "70000 in 16 bits"},
+        {kKorvelIni, values, AT(System.DataLogRate), "0", ""},
+        {kKorvelIni, values, AT(System.DataLogMin), "65535", "saturates like strtol, then narrows"},
+        {kKorvelIni, values, AT(System.DataLogMax), "0", ""},
+        {kKorvelIni, values, AT(System.SaveFiles), "7", ""},
+        {kKorvelIni, values, AT(Network.HTTPPath), "/var/www", "no closing quote: up to the line end"},
+        {kKorvelIni, widths, AT(System.Name), "NNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNN", "fills the field, no terminator"},
+        {kKorvelIni, widths, AT(System.Location), "Hall", "and leaves the next field alone"},
+        {kKorvelIni, long_line, AT(System.Contact), "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa", ""},
+        {kKorvelIni, long_line, AT(System.Location), "Hall", "298 characters at a time: the rest is a line"},
+        {kKorvelIni, long_line, AT(System.Language), "3", ""},
+        {kKorvelIni, past_arrays, AT(Network.CheckRate), "65", "Serial entry 1 is the network block"},
+        {kKorvelIni, past_arrays, AT(Network.Server), "66", ""},
+        {kKorvelIni, past_arrays, AT(Network.DelayApplication), "67", ""},
+        {kKorvelIni, past_arrays, AT(Network.SNMP), "68", ""},
+        {kKorvelIni, past_arrays, AT(Network.Port), "0", ""},
+        {kKorvelIni, past_arrays, AT(UPS[0].Name), "Overlaid", "schedule 16 is the first UPS entry"},
+        {kKorvelIni, past_arrays, AT(Job[0].Log), "89", "UPS entry 16 is the first job"},
+        {kKorvelIni, past_arrays, offsetof(ConfigRecord, UPS) + 31 * sizeof(UpsEntry) + offsetof(UpsEntry, SNMPSetComm), 20,
+         "far", ""},
+        {kKorvelIni, "[WapConfig]\nPort=0\n", AT(WapConfig.Port), "9200", ""},
+        {kKorvelIni, "[WapConfig]\nPort=8080\n", AT(WapConfig.Port), "8080", ""},
+        {kJobsIni, jobs, AT(Job[0].Log), "1", "switches keep 8 bits"},
+        {kJobsIni, jobs, AT(Job[0].LogDelay), "300", "delays keep 16"},
+        {kJobsIni, jobs, AT(Job[0].ExecuteInterval), "4464", ""},
+        {kJobsIni, jobs, AT(Job[0].Shutdown), "1", "Korvel shuts down on job 0"},
+        {kJobsIni, jobs, AT(Job[6].Shutdown), "1", "and on even jobs from 6 on"},
+        {kJobsIni, jobs, AT(Job[2].Shutdown), "0", ""},
+        {kJobsIni, jobs, AT(Job[4].Shutdown), "0", ""},
+        {kJobsIni, jobs, AT(Job[7].Shutdown), "0", ""},
+        {kJobsStsIni, "[Job_06]\nShutdown=1\nLog=1\n", AT(JobSTS[6].Shutdown), "0", "never in the job-status file"},
+        {kJobsStsIni, "[Job_06]\nShutdown=1\nLog=1\n", AT(JobSTS[6].Log), "1", ""},
+    };
+    const char *names[] = {"korvel.ini", "jobs.ini", "group_00.ini", "sensor.ini", "jobsSTS.ini"};
+    for (const auto &c : cases) {
+        std::memset(&INI, 0, sizeof INI);
+        read(c.file, names[c.file], c.text);
+        EXPECT_EQ(value_at(c.offset, c.width), c.expected) << c.why << "\n" << c.text;
+    }
+    read(kKorvelIni, "korvel.ini", headers);
+    EXPECT_EQ(actual_section, 9);
+
+    // Group files have no last section: event 64 of group 9 is the first
+    // field after the groups. Nothing ever lands outside the record, however
+    // far a slot points (the sanitizers watch this sweep).
+    p_s = "7";
+    g_index = kGroups - 1;
+    FillVar(kGroupIni, 2 + kGroupEvents, 0);
+    EXPECT_EQ(+INI.EmailConfig.Allowed, 7);
+    p_s = "123456789012345678901234567890";
+    for (int section = 0; section < 255; ++section) {
+        for (int key = 0; key < kKeySlots; ++key) FillVar(kGroupIni, section, key);
+    }
+    FillVar(kIniFiles, 0, 0);
+    FillVar(kJobsIni, 30, 0);
+    EXPECT_EQ(+INI.Job[29].Log, 0);
+}
+
+TEST_F(Reader, GroupFiles) {
+    g_index = 4;
+    read(kGroupIni, "group_04.ini",
+         "[Common]\nName=\"Servers\"\nRedundancyLevel=2\n[UPS]\nUPS_03=5\nUPS_07=16\n"
+         "[Event_00]\nType1=300\nPriority1=104\nLogDelay=600\nMessage=\"Rule\"\n[Event_63]\nType2=7\n");
+    const GroupEntry &group = INI.Group[4];
+    EXPECT_EQ(TEXT_OF(group.Name), "Servers");
+    EXPECT_EQ(+group.RedundancyLevel, 2);
+    EXPECT_EQ(+group.UPS[3], 5);
+    EXPECT_EQ(+group.UPS[7], 16);
+    EXPECT_EQ(+group.Event[0].Type[0], 300 & 0xFF) << "conditions keep 8 bits";
+    EXPECT_EQ(+group.Event[0].Priority[0], 104);
+    EXPECT_EQ(+group.Event[0].Job.LogDelay, 600);
+    EXPECT_EQ(TEXT_OF(group.Event[0].Job.Message), "Rule");
+    EXPECT_EQ(+group.Event[63].Type[1], 7);
+    EXPECT_EQ(+INI.Group[3].Name[0], 0);
+}
+
+TEST_F(Reader, TheCurrentSectionCarriesIntoTheNextFile) {
+    // korvel.ini ends in [System] (slot 0): a key above jobs.ini's first
+    // header belongs to slot 0 of jobs.ini, which is Job_00.
+    read(kKorvelIni, "korvel.ini", "[Network]\nServer=1\n[System]\nName=\"x\"\n");
+    read(kJobsIni, "jobs.ini", "Log=1\n[Job_01]\nLog=1\n");
+    EXPECT_EQ(+INI.Job[0].Log, 1);
+
+    // Ending in [UPS_03] (slot 66), jobs.ini has no such slot: ignored.
+    std::memset(&INI, 0, sizeof INI);
+    read(kKorvelIni, "korvel.ini", "[UPS_03]\nName=\"u\"\n");
+    read(kJobsIni, "jobs.ini", "Log=1\n[Job_01]\nLog=1\n");
+    EXPECT_EQ(+INI.Job[0].Log, 0);
+    EXPECT_EQ(+INI.Job[1].Log, 1);
+}
+
+TEST_F(Reader, LoadingOrderAndResults) {
+    std::memset(&INI1, 0x5A, sizeof INI1);
+    EXPECT_EQ(LoadINI(), 1) << "korvel.ini is required";
+    EXPECT_EQ(+INI1.System.Name[0], 0x5A) << "no working copy after a failure";
+
+    dir_.write("korvel.ini", "[System]\nName=\"Only\"\n[Schedule_00]\nData=\"50A1B2C30001020305\"\n");
+    EXPECT_EQ(LoadINI(), 0) << "the other files are optional";
+    EXPECT_EQ(+INI.Schedule[0].StartTime, 0x50A1B2C3u) << "schedules decoded";
+    EXPECT_EQ(std::memcmp(&INI, &INI1, sizeof INI), 0) << "working copy made";
+
+    dir_.write("group_00.ini", "[Common]\nName=\"A\"\n");
+    EXPECT_EQ(LoadGroupsINI(), 1) << "only group_09 decides";
+    dir_.write("group_09.ini", "[Common]\nName=\"J\"\n");
+    EXPECT_EQ(LoadGroupsINI(), 0);
+    EXPECT_EQ(TEXT_OF(INI.Group[9].Name), "J");
+
+    // A directory where a file should be is no file: optional ones are
+    // skipped, korvel.ini is missing.
+    ASSERT_EQ(mkdir(dir_.path("sensor.ini").c_str(), 0755), 0);
+    EXPECT_EQ(LoadINI(), 0);
+    ASSERT_EQ(std::remove(dir_.path("korvel.ini").c_str()), 0);
+    ASSERT_EQ(mkdir(dir_.path("korvel.ini").c_str(), 0755), 0);
+    EXPECT_EQ(LoadINI(), 1);
+}
+
+const std::string kFull = std::string(CORVANE_TEST_DATA) + "full";
+const char *const kFullFiles[] = {"korvel.ini",   "jobs.ini",     "jobsSTS.ini",  "sensor.ini",   "group_00.ini",
+                                  "group_01.ini", "group_02.ini", "group_03.ini", "group_04.ini", "group_05.ini",
+                                  "group_06.ini", "group_07.ini", "group_08.ini", "group_09.ini"};
+
+// Runs `save` in a child process, as an unprivileged user when the tests run
+// as root (so that permissions apply), and returns its result.
+int in_child(const std::function<int()> &save, bool unprivileged, rlim_t file_size_limit = RLIM_INFINITY) {
+    pid_t child = fork();
+    if (child == 0) {
+        if (unprivileged && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(200);
+        if (file_size_limit != RLIM_INFINITY) {
+            signal(SIGXFSZ, SIG_IGN);
+            struct rlimit limit = {file_size_limit, file_size_limit};
+            setrlimit(RLIMIT_FSIZE, &limit);
+        }
+        _exit(save() & 0xFF);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+class Writer : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::memset(&INI, 0, sizeof INI);
+        actual_section = 255;
+    }
+    void load_full() {
+        dir_.copy_from(kFull);
+        ASSERT_EQ(LoadINI(), 0);
+    }
+    void expect_files_as_before(const char *why) {
+        for (const char *name : kFullFiles) EXPECT_EQ(dir_.read(name), read_file(kFull + "/" + name)) << name << ": " << why;
+        for (const std::string &name : dir_.list()) EXPECT_NE(name[0], '.') << "temporary file left: " << name;
+    }
+    ScratchDir dir_;
+};
+
+TEST_F(Writer, LoadingAndSavingReproducesEveryFile) {
+    load_full();
+    ASSERT_EQ(SaveINI(), 0);
+    expect_files_as_before("load and save must reproduce it byte for byte");
+    EXPECT_EQ(dir_.list().size(), sizeof kFullFiles / sizeof kFullFiles[0]);
+
+    // The demo directory is in the same layout.
+    ScratchDir demo;
+    demo.copy_from(CORVANE_DEMO_DIR);
+    std::memset(&INI, 0, sizeof INI);
+    ASSERT_EQ(LoadINI(), 0);
+    ASSERT_EQ(SaveINI(), 0);
+    for (const char *name : {"korvel.ini", "jobs.ini", "jobsSTS.ini", "sensor.ini", "group_00.ini", "group_01.ini"}) {
+        EXPECT_EQ(demo.read(name), read_file(std::string(CORVANE_DEMO_DIR) + "/" + name)) << name;
+    }
+}
+
+TEST_F(Writer, TheLayoutOfEachKindOfFile) {
+    // A record of zeros: the fixed sections with their defaults, stored
+    // except the subject, which is only written.
+    ASSERT_EQ(SaveINI(), 0);
+    EXPECT_EQ(dir_.read("korvel.ini"), read_file(std::string(CORVANE_TEST_DATA) + "zero_korvel.ini"));
+    EXPECT_STREQ(INI.Serial[0].Device, "AUTO");
+    EXPECT_EQ(INI.EmailConfig.Port + INI.EmailConfig.Timeout + INI.BriskenModemConfig.DeviceNo, 25 + 5 + 1);
+    EXPECT_EQ(+INI.EmailConfig.Subject[0], 0);
+    EXPECT_EQ(+INI.WapConfig.Port, 9200);
+    std::string jobs = dir_.read("jobs.ini");
+    EXPECT_NE(jobs.find("[Job_29]\nLog=0\nLogDelay=0\n"), std::string::npos);
+    EXPECT_EQ(std::count(jobs.begin(), jobs.end(), '['), 30);
+    EXPECT_NE(dir_.read("sensor.ini").find("[Sensor_31]\nName=\"\"\nSensorType=0\n"), std::string::npos);
+    EXPECT_FALSE(dir_.exists("group_00.ini")) << "no group in use, no group file";
+
+    // Series are compacted and renumbered; groups numbered by count, their
+    // members and events in use only; leftover group files stay.
+    std::strcpy(INI.Email[0].Name, "First");
+    std::strcpy(INI.Email[3].Name, "Fourth");
+    std::strcpy(INI.Schedule[2].Data, "50A1B2C30001020305");  // no action: dropped
+    INI.Schedule[5].Action = kUpsTest;
+    INI.Schedule[5].Period = kDaily;
+    INI.Schedule[5].StartTime = 0x0A;
+    dir_.write("group_07.ini", "; from an earlier save\n[Common]\nName=\"Old\"\n");
+    std::strcpy(INI.Group[2].Name, "Servers");
+    INI.Group[2].UPS[2] = 7;
+    INI.Group[2].Event[3].Type[0] = 4;
+    INI.Group[2].Event[10].Type[0] = 23;
+    INI.Group[2].Event[20].Priority[0] = 9;  // no condition: not in use
+    std::strcpy(INI.Group[5].Name, "Storage");
+    ASSERT_EQ(SaveINI(), 0);
+    std::string korvel = dir_.read("korvel.ini"), first = dir_.read("group_00.ini");
+    for (const char *part : {"[Email_00]\nName=\"First\"\n", "[Email_01]\nName=\"Fourth\"\n",
+                             "[Schedule_00]\nData=\"0000000A0000040200\"\n\n[Mess"}) {
+        EXPECT_NE(korvel.find(part), std::string::npos) << part;
+    }
+    for (const char *part : {"[Common]\nName=\"Servers\"\n", "\n[UPS]\nUPS_02=7\n\n", "[Event_00]\nType1=4\n",
+                             "[Event_01]\nType1=23\n"}) {
+        EXPECT_NE(first.find(part), std::string::npos) << part;
+    }
+    EXPECT_EQ(first.find("[Event_02]"), std::string::npos);
+    EXPECT_NE(dir_.read("group_01.ini").find("Name=\"Storage\""), std::string::npos);
+    EXPECT_FALSE(dir_.exists("group_02.ini"));
+    std::memset(&INI, 0, sizeof INI);
+    ASSERT_EQ(LoadINI(), 0);
+    EXPECT_STREQ(INI.Email[1].Name, "Fourth") << "entry 3 comes back as entry 1";
+    EXPECT_STREQ(INI.Group[7].Name, "Old") << "a leftover file is read again";
+}
+
+TEST_F(Writer, AFailedSaveLeavesEveryOldFileAsItWas) {
+    load_full();
+    std::strcpy(INI.System.Name, "Changed");
+    const struct {
+        const char *what;
+        mode_t dir_mode, korvel_mode;
+        bool unprivileged;
+        rlim_t limit;
+        int error;
+    } cases[] = {
+        {"out of space half-way through korvel.ini", 0755, 0644, false, 4096, EFBIG},
+        {"a directory where no file can be created", 0555, 0666, true, RLIM_INFINITY, EACCES},
+        {"korvel.ini may not be written", 0777, 0444, true, RLIM_INFINITY, EACCES},
+    };
+    for (const auto &c : cases) {
+        for (const char *name : kFullFiles) ASSERT_EQ(chmod(dir_.path(name).c_str(), 0666), 0);
+        ASSERT_EQ(chmod(dir_.path("korvel.ini").c_str(), c.korvel_mode), 0);
+        ASSERT_EQ(chmod(dir_.path().c_str(), c.dir_mode), 0);
+        EXPECT_EQ(in_child(SaveINI, c.unprivileged, c.limit), c.error) << c.what;
+        expect_files_as_before(c.what);
+    }
+    ASSERT_EQ(chmod(dir_.path().c_str(), 0755), 0);
+    std::string kept = ProgramDir;
+    std::snprintf(ProgramDir, kProgramDirSize, "%s", dir_.path("missing/").c_str());
+    EXPECT_EQ(SaveINI(), ENOENT);
+    std::snprintf(ProgramDir, kProgramDirSize, "%s", kept.c_str());
+}
+
+TEST_F(Writer, ModeOwnerAndSymbolicLinksSurvive) {
+    load_full();
+    ASSERT_EQ(chmod(dir_.path("jobs.ini").c_str(), 0640), 0);
+    ASSERT_EQ(mkdir(dir_.path("conf").c_str(), 0755), 0);
+    ASSERT_EQ(rename(dir_.path("korvel.ini").c_str(), dir_.path("conf/korvel.real").c_str()), 0);
+    ASSERT_EQ(symlink("conf/korvel.real", dir_.path("korvel.ini").c_str()), 0);
+    // As root the file is given to another user first; anyone else keeps
+    // their own files. The owner must not change either way.
+    ASSERT_TRUE(chown(dir_.path("sensor.ini").c_str(), 65534, 65534) == 0 || geteuid() != 0);
+    struct stat before, after;
+    ASSERT_EQ(stat(dir_.path("sensor.ini").c_str(), &before), 0);
+    std::strcpy(INI.System.Name, "Relinked");
+    ASSERT_EQ(SaveINI(), 0);
+    ASSERT_EQ(lstat(dir_.path("korvel.ini").c_str(), &after), 0);
+    EXPECT_TRUE(S_ISLNK(after.st_mode)) << "the link stays a link";
+    EXPECT_NE(dir_.read("conf/korvel.real").find("Name=\"Relinked\""), std::string::npos) << "its target is replaced";
+    ASSERT_EQ(stat(dir_.path("jobs.ini").c_str(), &after), 0);
+    EXPECT_EQ(after.st_mode & 07777, 0640u);
+    ASSERT_EQ(stat(dir_.path("sensor.ini").c_str(), &after), 0);
+    EXPECT_EQ(after.st_uid, before.st_uid);
+    EXPECT_EQ(after.st_gid, before.st_gid);
+}
+
+void put16(std::string &bytes, size_t offset, unsigned value) {
+    bytes[offset] = static_cast<char>(value & 0xFF);
+    bytes[offset + 1] = static_cast<char>(value >> 8);
+}
+
+// Profiles: the messages go to the debug trace, shown to the capture.
+TEST(Profile, SavedLittleEndianWithTheTableOffsetsAndReadBack) {
+    ScratchDir dir;
+    ConsoleCapture console;
+    bDebug = 1;
+    static GroupEvent events[kGroupEvents], other[kGroupEvents];
+    std::memset(events, 0, sizeof events);
+    GroupEvent &event = events[1];
+    event.Type[0] = 0x0102;
+    event.Type[5] = 24;
+    event.Priority[0] = 0x0A0B;
+    event.Priority[5] = 255;
+    event.Job.Log = 1;
+    event.Job.LogDelay = 0x1234;
+    event.Job.ExecuteInterval = 600;
+    std::strcpy(event.Job.File, "/opt/korvel/run.sh");
+    event.Job.LocalMessage = 1;
+    event.Job.NetMessageInterval = 0x4321;
+    event.Job.CallDelay = 77;
+    event.Job.VoiceDelay = 0xBEEF;
+    std::strcpy(event.Job.Message, "Group on battery");
+    events[7].Type[0] = 5;  // a second event in use; events 0 and 2-6 are not
+    ASSERT_EQ(SaveGroupProfile(dir.path("p.bin").c_str(), events), 0);
+    std::string first(450, '\0'), second(450, '\0');
+    const unsigned numbers[][2] = {{0, 0x0102}, {10, 24},  {12, 0x0A0B}, {22, 255}, {24, 1},
+                                   {26, 0x1234}, {32, 600}, {294, 1}, {304, 0x4321}, {320, 77}, {328, 0xBEEF}};
+    for (const auto &n : numbers) put16(first, n[0], n[1]);
+    first.replace(34, 18, "/opt/korvel/run.sh");
+    first.replace(330, 16, "Group on battery");
+    put16(second, 0, 5);
+    EXPECT_EQ(dir.read("p.bin"), first + second);
+
+    std::memset(other, 0xEE, sizeof other);
+    ASSERT_EQ(LoadGroupProfile(dir.path("p.bin").c_str(), other), 0);
+    EXPECT_EQ(std::memcmp(&other[0], &events[1], sizeof(GroupEvent)), 0);
+    EXPECT_EQ(+other[1].Type[0], 5);
+    EXPECT_EQ(+other[2].Type[0], 0) << "the rest cleared";
+    EXPECT_EQ(console.take_output(), "\nRecord not readed - maybe end of file ! ");
+    GroupEvent swapped = event;
+    swap_event_data(swapped);
+    EXPECT_EQ(+swapped.Type[0], 0x0201);
+    EXPECT_EQ(+swapped.Job.VoiceDelay, 0xEFBE);
+    EXPECT_STREQ(swapped.Job.File, "/opt/korvel/run.sh") << "texts are not swapped";
+    std::memset(events, 0, sizeof events);
+    ASSERT_EQ(SaveGroupProfile(dir.path("empty.bin").c_str(), events), 0);
+    EXPECT_EQ(dir.read("empty.bin"), "") << "no events in use: an empty file";
+
+    bDebug = 0;
+}
+
+TEST(Profile, WhatALoadReads) {
+    ScratchDir dir;
+    ConsoleCapture console;
+    bDebug = 1;
+    const std::string eof = "\nRecord not readed - maybe end of file ! ", full = "\nRecords is more that MAX_GROUP_EVENTS! ";
+    const struct {
+        int records;
+        size_t extra;
+        int last;  // the last event loaded (1-based), 0 for none
+        std::string message;
+    } cases[] = {{2, 0, 2, eof}, {2, 100, 2, eof}, {0, 0, 0, eof}, {64, 0, 64, full}, {70, 0, 64, full}};
+    static GroupEvent events[kGroupEvents];
+    for (const auto &c : cases) {
+        std::string bytes;
+        for (int i = 0; i < c.records; ++i) {
+            std::string record(450, '\0');
+            put16(record, 0, static_cast<unsigned>(i + 1));  // Type1 numbers the records
+            bytes += record;
+        }
+        dir.write("p.bin", bytes + std::string(c.extra, '\x7f'));
+        std::memset(events, 0x55, sizeof events);
+        ASSERT_EQ(LoadGroupProfile(dir.path("p.bin").c_str(), events), 0);
+        EXPECT_EQ(c.last ? +events[c.last - 1].Type[0] : 0, c.last) << c.records;
+        EXPECT_EQ(c.last < kGroupEvents ? +events[c.last].Type[0] : 0, 0) << c.records << ": the rest cleared";
+        EXPECT_EQ(console.take_output(), c.message) << c.records;
+    }
+    events[0].Type[0] = 9;
+    EXPECT_EQ(LoadGroupProfile(dir.path("missing.bin").c_str(), events), ENOENT);
+    EXPECT_EQ(+events[0].Type[0], 9) << "left as it was";
+    EXPECT_EQ(SaveGroupProfile(dir.path("no/such/dir.bin").c_str(), events), ENOENT);
+    EXPECT_EQ(console.take_output(), "\nCannot open file! \nCannot open file! ");
+    EXPECT_EQ(LoadGroupProfile(dir.path().c_str(), events), 0) << "a directory: one message, no loop";
+    EXPECT_EQ(console.take_output(), eof);
+    bDebug = 0;
+}
+
+}  // namespace
