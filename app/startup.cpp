@@ -1,5 +1,6 @@
 #include "app/startup.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
@@ -10,6 +11,7 @@
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
 #include "config/record.h"
+#include "config/replace_file.h"
 #include "console/globals.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -54,6 +56,28 @@ void delete_loghi() {
     console_exit(5);
 }
 
+// Before a save: names each file that changed on disk since it was read and
+// asks whether to overwrite them. True when there is nothing to ask, or yes.
+static bool may_overwrite() {
+    bool changed = false;
+    for (int i = 0; i < kWatchedFiles; ++i) {
+        if (!file_changed(ProgramDir, i)) continue;
+        con_puts("\n\r");
+        con_printf(LangText[kTextChangedOnDisk], kWatchedNames[i]);
+        changed = true;
+    }
+    return !changed || get_yesno(LangText[316], LangText[317], LangText[kTextOverwrite]) == 1;
+}
+
+// Saves INI when no outside change is overwritten unasked. 0, -1 when the
+// administrator keeps the outside changes, or SaveINI's error number.
+static int save_all() {
+    if (!may_overwrite()) return -1;
+    int failed = SaveINI();
+    if (!failed) remember_files(ProgramDir);
+    return failed;
+}
+
 // No valid model code: choose the language, then ask for the code until one
 // decodes, and save it at once.
 static void first_use() {
@@ -67,7 +91,7 @@ static void first_use() {
         if (GetBrand(INI.System.KeyCode, sizeof INI.System.KeyCode) != 255) {
             // A failure here is not reported: the code stays in memory and
             // is saved again on leaving if the user saves.
-            SaveINI();
+            save_all();
             delete_loghi();
             return;
         }
@@ -82,8 +106,18 @@ static int leave() {
         con_printf("\n\r%s %s : ", LangText[11], yesnostr(LangText[316], LangText[317]));
         if (test_key() == console::toupper(static_cast<unsigned char>(LangText[316][0]))) {
             std::memcpy(&INI, &INI1, sizeof INI);
-            int failed = SaveINI();
-            con_printf("\n\r%s", failed ? LangText[12] : LangText[15]);
+            int failed = save_all();
+            con_puts("\n\r");
+            if (failed < 0) {
+                con_printf("%s\n\r", LangText[kTextNotSaved]);
+                FreeText();
+                return 0;
+            }
+            if (failed && SavedFiles[0]) {
+                con_printf(LangText[kTextSavedPartly], SavedFiles, UnsavedFiles);
+            } else {
+                con_printf("%s", failed ? LangText[12] : LangText[15]);
+            }
             con_puts("\n\r");
             ussleep(1000000);
             con_puts("\n\r");
@@ -99,7 +133,12 @@ static int leave() {
 
 int run_editor(int argc, char **argv) {
     console_start();
-    if (!getprgdir(argc > 0 ? argv[0] : "", ProgramDir, kProgramDirSize) || LoadINI() != 0) {
+    bool located = getprgdir(argc > 0 ? argv[0] : "", ProgramDir, kProgramDirSize);
+    // One editor per directory, held until the end; taken before the files
+    // are read, so that another editor's save is never read half-way.
+    int locked = located ? lock_directory(ProgramDir) : 0;
+    if (located) remember_files(ProgramDir);
+    if (!located || LoadINI() != 0) {
         con_printf("\n\rCannot load initialization file !");
         console_exit(2);
     }
@@ -108,6 +147,11 @@ int run_editor(int argc, char **argv) {
         console_exit(4);
     }
     if (LoadText(kCorvane, INI.System.Language) != 0) cannot_load_texts();
+    if (locked == EWOULDBLOCK) {
+        con_printf("\n\r%s\n\r", LangText[kTextAlreadyEditing]);
+        FreeText();
+        console_exit(3);
+    }
     if (GetBrand(INI.System.KeyCode, sizeof INI.System.KeyCode) == 255) first_use();
     std::memcpy(&INI1, &INI, sizeof INI1);
     main_menu();

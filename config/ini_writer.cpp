@@ -1,8 +1,11 @@
 #include "config/ini_writer.h"
 
+#include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include "config/ini_reader.h"
 #include "config/record.h"
@@ -55,11 +58,16 @@ static void write_section(ReplaceFile &out, const char *header, const KeySet &ke
     replace_printf(out, "\n");
 }
 
+// While SaveINI runs, the files staged so far, committed together at its end.
+static ReplaceFile staged[kWatchedFiles];
+static int staged_count = -1;  // -1: no SaveINI running, each file is committed at once
+
 int write_ini_file(IniFile file, const char *name, const unsigned char *base,
                    void (*before_section)(const SectionKind &)) {
     char path[kProgramDirSize + 32];
     std::snprintf(path, sizeof path, "%s%s", ProgramDir, name);
-    ReplaceFile out;
+    static ReplaceFile single;
+    ReplaceFile &out = staged_count >= 0 && staged_count < kWatchedFiles ? staged[staged_count] : single;
     if (int error = replace_open(out, path)) return error;
 
     replace_printf(out, "; This is file with configuration parameters for KORVEL \n; Do not change any line !\n\n");
@@ -85,7 +93,10 @@ int write_ini_file(IniFile file, const char *name, const unsigned char *base,
             ++written;
         }
     }
-    return replace_commit(out);
+    if (int error = replace_stage(out)) return error;
+    if (&out == &single) return replace_commit(out);
+    ++staged_count;
+    return 0;
 }
 
 static const unsigned char *whole_record() { return reinterpret_cast<const unsigned char *>(&INI); }
@@ -132,6 +143,26 @@ int SaveGroupsINI() {
     return 0;
 }
 
+char SavedFiles[256], UnsavedFiles[256];
+
+// Puts every staged file in place. A failure here (rare: everything is on
+// disk already) leaves the names of the files that are new and those that
+// are not.
+static int commit_staged() {
+    int first_error = 0;
+    char *fresh = SavedFiles, *old = UnsavedFiles;
+    for (int i = 0; i < staged_count; ++i) {
+        const char *name = std::strrchr(staged[i].target, '/');
+        name = name ? name + 1 : staged[i].target;
+        int error = first_error ? ECANCELED : replace_commit(staged[i]);
+        replace_discard(staged[i]);
+        if (error && !first_error) first_error = error;
+        char *list = error ? old : fresh;
+        std::snprintf(list + std::strlen(list), sizeof SavedFiles - std::strlen(list), "%s%s", *list ? " " : "", name);
+    }
+    return first_error;
+}
+
 int SaveINI() {
     static const struct {
         int (*save)();
@@ -141,12 +172,29 @@ int SaveINI() {
         {SaveJobsSTSINI, "\n\rSaveJobsSTSINI fail "}, {SaveGroupsINI, "\n\rSaveGroupsINI fail "},
         {SaveSensorINI, "\n\rSaveSensorINI fail "},
     };
+    // A signal that ends the editor waits until every file is in place or
+    // none is: never a temporary left, never half a set.
+    sigset_t held, before;
+    sigemptyset(&held);
+    for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaddset(&held, number);
+    sigprocmask(SIG_BLOCK, &held, &before);
+    SavedFiles[0] = UnsavedFiles[0] = '\0';
     EncodeSchedules();
+    staged_count = 0;
+    int result = 0;
     for (const auto &writer : kWriters) {
         if (int error = writer.save()) {
             printfc(writer.failure);
-            return error;
+            result = error;
+            break;
         }
     }
-    return 0;
+    if (result) {
+        for (ReplaceFile &file : staged) replace_discard(file);
+    } else {
+        result = commit_staged();
+    }
+    staged_count = -1;
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    return result;
 }

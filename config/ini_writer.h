@@ -8,9 +8,14 @@
 #include "config/fields.h"
 
 // Encodes the schedules and writes every file: korvel.ini, jobs.ini,
-// jobsSTS.ini, the group files, sensor.ini. 0, or the error number of the
-// first file that could not be written (the ones after it are not tried).
+// jobsSTS.ini, the group files, sensor.ini, all or none. Each is staged in
+// that order, and only when all are staged are they put in place. 0, or the
+// error number of the first file that could not be staged (then no file has
+// changed) or put in place (then UnsavedFiles names the files that are not
+// new, SavedFiles those that are). Signals that end the program wait until it
+// returns.
 int SaveINI();
+extern char SavedFiles[256], UnsavedFiles[256];
 
 // Each writes its file from INI and returns 0 or the error number.
 int SaveKorvelINI();

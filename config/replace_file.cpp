@@ -6,8 +6,17 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+static ssize_t write_at(int descriptor, const void *bytes, size_t size, off_t offset) {
+    return pwrite(descriptor, bytes, size, offset);
+}
+
+ssize_t (*SaveWrite)(int, const void *, size_t, off_t) = write_at;
+int (*SaveSync)(int) = fsync;
+int (*SaveRename)(const char *, const char *) = rename;
 
 // Follows symbolic links from `path` (in place), so that the link stays and
 // its target is replaced. A dangling link resolves to the file it names.
@@ -33,97 +42,252 @@ static int resolve_links(char *path, size_t size) {
     return ELOOP;
 }
 
-static int fail(ReplaceFile &file, int error) {
-    if (file.stream) std::fclose(file.stream);
-    file.stream = nullptr;
-    if (file.temporary[0]) unlink(file.temporary);
-    file.error = error;
-    return error;
+// The directory part of `path` ("." when it has none).
+static void directory_of(const char *path, char *out, size_t size) {
+    const char *slash = std::strrchr(path, '/');
+    std::snprintf(out, size, "%.*s", slash ? static_cast<int>(slash - path + 1) : 1, slash ? path : ".");
+}
+
+// Writes all of `bytes` at `offset`; 0 or the error number.
+static int write_all(int descriptor, const char *bytes, size_t size, off_t offset) {
+    while (size > 0) {
+        ssize_t n = SaveWrite(descriptor, bytes, size, offset);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return n < 0 ? errno : EIO;
+        bytes += n;
+        size -= static_cast<size_t>(n);
+        offset += n;
+    }
+    return 0;
 }
 
 int replace_open(ReplaceFile &file, const char *path) {
+    replace_discard(file);
     file = ReplaceFile();
     if (std::snprintf(file.target, sizeof file.target, "%s", path) >= static_cast<int>(sizeof file.target)) {
         return ENAMETOOLONG;
     }
     if (int error = resolve_links(file.target, sizeof file.target)) return error;
-
     struct stat old;
-    bool exists = stat(file.target, &old) == 0;
-    if (exists) {
-        // What could not be opened for writing in place is not replaced either.
-        if (S_ISDIR(old.st_mode)) return EISDIR;
-        if (access(file.target, W_OK) != 0) return errno;
-    }
-
-    const char *slash = std::strrchr(file.target, '/');
-    int directory_length = slash ? static_cast<int>(slash - file.target + 1) : 0;
-    const char *base = file.target + directory_length;
-    if (std::snprintf(file.temporary, sizeof file.temporary, "%.*s.%s.XXXXXX", directory_length, file.target,
-                      base) >= static_cast<int>(sizeof file.temporary)) {
-        file.temporary[0] = '\0';
-        return ENAMETOOLONG;
-    }
-    int descriptor = mkstemp(file.temporary);
-    if (descriptor < 0) {
-        file.temporary[0] = '\0';
-        return errno;
-    }
-
-    mode_t mode;
-    if (exists) {
-        // Owner first: changing it may clear set-id bits that the mode then
-        // restores. Only a privileged process may give a file away; anyone
-        // else keeps the new file as their own.
-        if (fchown(descriptor, old.st_uid, old.st_gid) != 0) errno = 0;
-        mode = old.st_mode & 07777;
-    } else {
-        mode_t mask = umask(0);
-        umask(mask);
-        mode = 0666 & ~mask;
-    }
-    if (fchmod(descriptor, mode) != 0) {
-        int error = errno;
-        close(descriptor);
-        return fail(file, error);
-    }
-    file.stream = fdopen(descriptor, "w");
-    if (!file.stream) {
-        int error = errno;
-        close(descriptor);
-        return fail(file, error);
-    }
-    return 0;
+    if (stat(file.target, &old) == 0 && S_ISDIR(old.st_mode)) return EISDIR;
+    file.stream = open_memstream(&file.bytes, &file.size);
+    return file.stream ? 0 : errno;
 }
 
 void replace_printf(ReplaceFile &file, const char *format, ...) {
     if (file.error || !file.stream) return;
     va_list args;
     va_start(args, format);
-    errno = 0;
-    if (std::vfprintf(file.stream, format, args) < 0) file.error = errno ? errno : EIO;
+    if (std::vfprintf(file.stream, format, args) < 0) file.error = errno ? errno : ENOMEM;
     va_end(args);
 }
 
-int replace_commit(ReplaceFile &file) {
-    if (!file.stream) return file.error ? file.error : EBADF;
-    if (file.error) return fail(file, file.error);
-    if (std::fflush(file.stream) != 0 || fsync(fileno(file.stream)) != 0) return fail(file, errno ? errno : EIO);
-    FILE *stream = file.stream;
-    file.stream = nullptr;
-    if (std::fclose(stream) != 0) return fail(file, errno ? errno : EIO);
-    if (rename(file.temporary, file.target) != 0) return fail(file, errno);
-    file.temporary[0] = '\0';
+static int fail(ReplaceFile &file, int error) {
+    replace_discard(file);
+    file.error = error;
+    return error;
+}
 
-    // Make the rename itself durable.
-    char directory[sizeof file.target];
-    const char *slash = std::strrchr(file.target, '/');
-    std::snprintf(directory, sizeof directory, "%.*s", slash ? static_cast<int>(slash - file.target + 1) : 1,
-                  slash ? file.target : ".");
-    int descriptor = open(directory, O_RDONLY | O_DIRECTORY);
-    if (descriptor >= 0) {
-        fsync(descriptor);
-        close(descriptor);
+// Rewriting in place: the space the new text needs beyond the old one is
+// reserved first, so that no later write can find the disk full.
+static int stage_in_place(ReplaceFile &file) {
+    // Read access too where there is any: a file system that cannot reserve
+    // space has it emulated, which reads before it writes.
+    file.descriptor = open(file.target, O_RDWR | O_CLOEXEC);
+    if (file.descriptor < 0 && errno == EACCES) file.descriptor = open(file.target, O_WRONLY | O_CLOEXEC);
+    struct stat state;
+    if (file.descriptor < 0 || fstat(file.descriptor, &state) != 0) return errno;
+    file.old_size = state.st_size;
+    if (static_cast<off_t>(file.size) > file.old_size) {
+        if (int error = posix_fallocate(file.descriptor, 0, static_cast<off_t>(file.size))) return error;
+        if (SaveSync(file.descriptor) != 0) return errno;
     }
     return 0;
+}
+
+// Whether the new file made beside the old one can take its place: the same
+// owner and group (only those a process may give away) and no other name.
+static bool rename_keeps_identity(int temporary, const struct stat &old) {
+    if (old.st_nlink > 1) return false;
+    return fchown(temporary, old.st_uid, old.st_gid) == 0;
+}
+
+int replace_stage(ReplaceFile &file) {
+    if (!file.stream) return file.error ? file.error : EBADF;
+    FILE *stream = file.stream;
+    file.stream = nullptr;
+    if (std::fclose(stream) != 0 && !file.error) file.error = errno ? errno : ENOMEM;
+    if (file.error) return fail(file, file.error);
+
+    struct stat old;
+    bool exists = stat(file.target, &old) == 0;
+    if (exists && !S_ISREG(old.st_mode)) return fail(file, EISDIR);
+    if (exists && access(file.target, W_OK) != 0) return fail(file, errno);
+    char directory[sizeof file.target];
+    directory_of(file.target, directory, sizeof directory);
+    if (exists && access(directory, W_OK) != 0) {
+        int error = stage_in_place(file);
+        return error ? fail(file, error) : 0;
+    }
+
+    const char *base = std::strrchr(file.target, '/');
+    base = base ? base + 1 : file.target;
+    if (std::snprintf(file.temporary, sizeof file.temporary, "%.*s.%s.XXXXXX", static_cast<int>(base - file.target),
+                      file.target, base) >= static_cast<int>(sizeof file.temporary)) {
+        file.temporary[0] = '\0';
+        return fail(file, ENAMETOOLONG);
+    }
+    int descriptor = mkostemp(file.temporary, O_CLOEXEC);
+    if (descriptor < 0) {
+        file.temporary[0] = '\0';
+        return fail(file, errno);
+    }
+    if (exists && !rename_keeps_identity(descriptor, old)) {
+        close(descriptor);
+        unlink(file.temporary);
+        file.temporary[0] = '\0';
+        int error = stage_in_place(file);
+        return error ? fail(file, error) : 0;
+    }
+    mode_t mode;
+    if (exists) {
+        mode = old.st_mode & 07777;  // after the owner: a new owner may clear set-id bits
+    } else {
+        mode_t mask = umask(0);
+        umask(mask);
+        mode = 0666 & ~mask;
+    }
+    int error = fchmod(descriptor, mode) != 0 ? errno : write_all(descriptor, file.bytes, file.size, 0);
+    if (!error && SaveSync(descriptor) != 0) error = errno;
+    if (close(descriptor) != 0 && !error) error = errno;
+    return error ? fail(file, error) : 0;
+}
+
+// Overwrites the target with the new bytes and cuts it to their length.
+static int overwrite(ReplaceFile &file) {
+    if (int error = write_all(file.descriptor, file.bytes, file.size, 0)) return error;
+    if (ftruncate(file.descriptor, static_cast<off_t>(file.size)) != 0 || SaveSync(file.descriptor) != 0) return errno;
+    int descriptor = file.descriptor;
+    file.descriptor = -1;
+    return close(descriptor) != 0 ? errno : 0;
+}
+
+int replace_commit(ReplaceFile &file) {
+    int error = 0;
+    if (file.descriptor >= 0) {
+        error = overwrite(file);
+    } else if (file.temporary[0]) {
+        if (SaveRename(file.temporary, file.target) == 0) {
+            file.temporary[0] = '\0';
+            char directory[sizeof file.target];
+            directory_of(file.target, directory, sizeof directory);
+            int descriptor = open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+            if (descriptor >= 0) {
+                SaveSync(descriptor);  // makes the rename itself durable
+                close(descriptor);
+            }
+        } else if (errno == EBUSY || errno == EXDEV) {
+            // A file mounted on its own cannot be renamed over: rewritten in
+            // place instead, its space reserved before anything changes.
+            error = stage_in_place(file);
+            if (!error) error = overwrite(file);
+        } else {
+            error = errno;
+        }
+    } else {
+        error = file.error ? file.error : EBADF;
+    }
+    if (error) return fail(file, error);
+    replace_discard(file);
+    return 0;
+}
+
+void replace_discard(ReplaceFile &file) {
+    if (file.stream) std::fclose(file.stream);
+    file.stream = nullptr;
+    if (file.temporary[0]) unlink(file.temporary);
+    file.temporary[0] = '\0';
+    if (file.descriptor >= 0) {
+        // A reservation that grew the file is given back.
+        struct stat state;
+        if (fstat(file.descriptor, &state) == 0 && state.st_size > file.old_size) ftruncate(file.descriptor, file.old_size);
+        close(file.descriptor);
+    }
+    file.descriptor = -1;
+    std::free(file.bytes);
+    file.bytes = nullptr;
+    file.size = 0;
+}
+
+int lock_directory(const char *directory) {
+    int descriptor = open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return errno;
+    if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) return 0;  // kept open: the lock lasts as long as the process
+    int error = errno;
+    close(descriptor);
+    return error;
+}
+
+const char *const kWatchedNames[kWatchedFiles] = {
+    "korvel.ini",   "jobs.ini",     "jobsSTS.ini",  "sensor.ini",   "group_00.ini", "group_01.ini", "group_02.ini",
+    "group_03.ini", "group_04.ini", "group_05.ini", "group_06.ini", "group_07.ini", "group_08.ini", "group_09.ini"};
+
+namespace {
+
+struct Seen {
+    bool existed = false;
+    char *bytes = nullptr;
+    size_t size = 0;
+};
+Seen seen[kWatchedFiles];
+
+// The whole file, or existed false when there is none.
+Seen read_whole(const char *directory, int index) {
+    char path[PATH_MAX];
+    std::snprintf(path, sizeof path, "%s%s", directory, kWatchedNames[index]);
+    Seen file;
+    int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0) {
+        file.existed = errno != ENOENT;
+        return file;
+    }
+    file.existed = true;
+    struct stat state;
+    if (fstat(descriptor, &state) != 0 || !S_ISREG(state.st_mode)) {
+        close(descriptor);  // only a regular file has bytes worth comparing
+        return file;
+    }
+    size_t room = 0;
+    for (;;) {
+        if (file.size == room) {
+            room = room ? room * 2 : 16384;
+            char *grown = static_cast<char *>(std::realloc(file.bytes, room));
+            if (!grown) break;
+            file.bytes = grown;
+        }
+        ssize_t n = read(descriptor, file.bytes + file.size, room - file.size);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) break;
+        file.size += static_cast<size_t>(n);
+    }
+    close(descriptor);
+    return file;
+}
+
+}  // namespace
+
+void remember_files(const char *directory) {
+    for (int i = 0; i < kWatchedFiles; ++i) {
+        std::free(seen[i].bytes);
+        seen[i] = read_whole(directory, i);
+    }
+}
+
+bool file_changed(const char *directory, int index) {
+    Seen now = read_whole(directory, index);
+    const Seen &before = seen[index];
+    bool changed = now.existed != before.existed || now.size != before.size ||
+                   (now.size && std::memcmp(now.bytes, before.bytes, now.size) != 0);
+    std::free(now.bytes);
+    return changed;
 }

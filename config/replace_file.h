@@ -1,24 +1,62 @@
-// Writing a file so that it is either wholly replaced or left exactly as it
-// was: the text goes to a temporary file beside it, every write is checked,
-// the data is flushed and synced, and only then is the temporary renamed
-// over the old file. A full disk half-way through loses nothing.
+// Saving Korvel's files so that an administrator never loses one: each file
+// keeps its identity (mode, owner, group, hard links, a bind mount, a
+// symbolic link's target), and a save changes all its files or none.
+//
+// A save has two phases. Staging produces each file's bytes in memory and
+// puts them on disk without touching the old file: in a temporary file
+// beside it, which is renamed over it later, or, where a rename would change
+// the file's identity, in the space reserved inside the old file beyond its
+// content. Only when every file is staged does the commit put them in place.
+//
+// The directory lock and the record of what was read live here too: the
+// editor holds the lock while it runs, and before a save asks about files
+// that changed on disk since it read them.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
+#include <sys/types.h>
+
+// The file operations a save makes that can fail or take long: tests swap
+// them to make any of them fail or stall.
+extern ssize_t (*SaveWrite)(int descriptor, const void *bytes, size_t size, off_t offset);
+extern int (*SaveSync)(int descriptor);
+extern int (*SaveRename)(const char *from, const char *to);
 
 struct ReplaceFile {
-    FILE *stream = nullptr;
-    int error = 0;  // the first error number met, 0 while all is well
-    char temporary[4096] = "";
-    char target[4096] = "";  // the file finally replaced (a symbolic link's target)
+    FILE *stream = nullptr;  // the writer prints into memory
+    char *bytes = nullptr;
+    size_t size = 0;
+    int error = 0;             // the first error number met, 0 while all is well
+    char target[4096] = "";    // the file finally replaced (a symbolic link's target)
+    char temporary[4096] = ""; // the staged copy beside it, renamed into place
+    int descriptor = -1;       // the target itself, open, when rewritten in place
+    off_t old_size = 0;        // its length before the save, to undo a reservation
 };
 
-// Prepares to replace `path`. 0, or the error number when the file could not
-// be opened for writing (then nothing is created and nothing changes).
+// Prepares to replace `path`: links are followed, the new text is gathered
+// in memory. 0, or the error number (then nothing is kept).
 int replace_open(ReplaceFile &file, const char *path);
 // Writes formatted text; after an error it writes nothing more.
 void replace_printf(ReplaceFile &file, const char *format, ...) __attribute__((format(printf, 2, 3)));
-// Puts the new file in place, keeping the old one's permission bits and
-// owner. 0, or the first error number; on an error the old file stays as it
-// was and the temporary is removed.
+// Puts the new bytes on disk beside or inside the old file, synced, without
+// changing the old content. 0, or the error number (then nothing changed and
+// nothing is left behind).
+int replace_stage(ReplaceFile &file);
+// Puts a staged file in place. 0, or the error number.
 int replace_commit(ReplaceFile &file);
+// Forgets a file that is not to be committed: removes its temporary, gives
+// back its reservation. Safe to call on any file, any number of times.
+void replace_discard(ReplaceFile &file);
+
+// Takes the exclusive lock of a Korvel directory, held until the process
+// ends. 0, EWOULDBLOCK when another process holds it, or another error number.
+int lock_directory(const char *directory);
+
+// The files a save may write, as they were read.
+constexpr int kWatchedFiles = 14;
+extern const char *const kWatchedNames[kWatchedFiles];
+// Remembers each watched file of `directory` as it is now.
+void remember_files(const char *directory);
+// Whether watched file `index` changed, appeared or vanished since then.
+bool file_changed(const char *directory, int index);

@@ -12,6 +12,11 @@ constexpr int kTextSize = 101;  // 100 characters and the terminator
 // Texts this editor adds to the numbers its family shares, from 1000 up.
 enum OwnText {
     kTextScheduleUsesUps = 1000,  // a UPS that a schedule names cannot be deleted
+    kTextAlreadyEditing = 1001,   // another Corvane holds the directory's lock
+    kTextChangedOnDisk = 1002,    // "%s" changed since it was read
+    kTextOverwrite = 1003,        // the question whether to overwrite those
+    kTextNotSaved = 1004,         // the answer was no
+    kTextSavedPartly = 1005,      // "%s" are new, "%s" are not
 };
 
 // One buffer per text number; "Text 042" until a file supplies text 42.

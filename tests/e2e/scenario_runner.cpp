@@ -280,6 +280,16 @@ private:
             return "";
         }
         if (verb == "hangup" && need(0)) return editor().hangup(), "";
+        if (verb == "second" && need(2)) {
+            // Another editor on the same directory, to its end.
+            PtySession other;
+            PtySession::Options options;
+            options.cwd = editor().dir.path();
+            if (!other.start({editor().dir.path("corvane")}, options) || !other.wait_exit(kWaitMs)) return "it did not end";
+            int status = other.wait_status();
+            bool ok = WIFEXITED(status) && WEXITSTATUS(status) == number(1) && other.output().find(arg(2)) != std::string::npos;
+            return ok ? "" : "status " + std::to_string(status) + "\n" + other.screen();
+        }
         if (verb == "sane" && need(0)) {
             struct termios state;
             if (!editor().modes(&state)) return "no terminal modes";

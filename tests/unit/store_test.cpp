@@ -7,6 +7,8 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <grp.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -17,6 +19,7 @@
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
 #include "config/record.h"
+#include "config/replace_file.h"
 #include "console/globals.h"
 #include "schedule/codec.h"
 #include "support/console_capture.h"
@@ -213,7 +216,9 @@ const char *const kFullFiles[] = {"korvel.ini",   "jobs.ini",     "jobsSTS.ini",
 int in_child(const std::function<int()> &save, bool unprivileged, rlim_t file_size_limit = RLIM_INFINITY) {
     pid_t child = fork();
     if (child == 0) {
-        if (unprivileged && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(200);
+        if (unprivileged && geteuid() == 0 && (setgroups(0, nullptr) != 0 || setgid(65534) != 0 || setuid(65534) != 0)) {
+            _exit(200);
+        }
         if (file_size_limit != RLIM_INFINITY) {
             signal(SIGXFSZ, SIG_IGN);
             struct rlimit limit = {file_size_limit, file_size_limit};
@@ -309,55 +314,153 @@ TEST_F(Writer, TheLayoutOfEachKindOfFile) {
     EXPECT_STREQ(INI.Group[7].Name, "Old") << "a leftover file is read again";
 }
 
-TEST_F(Writer, AFailedSaveLeavesEveryOldFileAsItWas) {
-    load_full();
-    std::strcpy(INI.System.Name, "Changed");
-    const struct {
-        const char *what;
-        mode_t dir_mode, korvel_mode;
-        bool unprivileged;
-        rlim_t limit;
-        int error;
-    } cases[] = {
-        {"out of space half-way through korvel.ini", 0755, 0644, false, 4096, EFBIG},
-        {"a directory where no file can be created", 0555, 0666, true, RLIM_INFINITY, EACCES},
-        {"korvel.ini may not be written", 0777, 0444, true, RLIM_INFINITY, EACCES},
-    };
-    for (const auto &c : cases) {
-        for (const char *name : kFullFiles) ASSERT_EQ(chmod(dir_.path(name).c_str(), 0666), 0);
-        ASSERT_EQ(chmod(dir_.path("korvel.ini").c_str(), c.korvel_mode), 0);
-        ASSERT_EQ(chmod(dir_.path().c_str(), c.dir_mode), 0);
-        EXPECT_EQ(in_child(SaveINI, c.unprivileged, c.limit), c.error) << c.what;
-        expect_files_as_before(c.what);
-    }
-    ASSERT_EQ(chmod(dir_.path().c_str(), 0755), 0);
-    std::string kept = ProgramDir;
-    std::snprintf(ProgramDir, kProgramDirSize, "%s", dir_.path("missing/").c_str());
-    EXPECT_EQ(SaveINI(), ENOENT);
-    std::snprintf(ProgramDir, kProgramDirSize, "%s", kept.c_str());
+// The seams of a save, and what a case makes of them.
+int failing_file = 0, files_written = 0;  // the write to fail with ENOSPC (1-based), and the count so far
+int sync_pipe = -1;                       // told of the first sync, which then takes long
+ssize_t write_until_full(int descriptor, const void *bytes, size_t size, off_t offset) {
+    if (offset == 0 && ++files_written == failing_file) return errno = ENOSPC, -1;
+    return pwrite(descriptor, bytes, size, offset);
+}
+int slow_sync(int descriptor) {
+    if (sync_pipe >= 0 && write(sync_pipe, "s", 1) == 1) usleep(300000);
+    sync_pipe = -1;
+    return fsync(descriptor);
+}
+int rename_only_first(const char *from, const char *to) {
+    static int renamed = 0;
+    return ++renamed > 1 ? (errno = EIO, -1) : rename(from, to);
 }
 
-TEST_F(Writer, ModeOwnerAndSymbolicLinksSurvive) {
+struct Identity {
+    ino_t inode;
+    uid_t owner;
+    gid_t group;
+    mode_t mode;
+    nlink_t links;
+};
+Identity identity(const std::string &path) {
+    struct stat state;
+    stat(path.c_str(), &state);
+    return {state.st_ino, state.st_uid, state.st_gid, state.st_mode, state.st_nlink};
+}
+
+// Each case prepares the full-size directory, saves it changed (in a child
+// process, as nobody where it says so) and looks at what the save did.
+TEST_F(Writer, ASaveKeepsEachFileAndChangesAllOrNone) {
+    const struct {
+        const char *what;
+        bool root_only, as_nobody;
+        int result, fail_at;  // fail_at: the n-th file written finds the disk full
+        bool changed, same_inode;
+        std::function<void(ScratchDir &)> prepare;
+    } cases[] = {
+        {"an administrator in the files' group", true, true, 0, 0, true, true,
+         [](ScratchDir &dir) {
+             for (const char *name : kFullFiles) ASSERT_EQ(chown(dir.path(name).c_str(), 0, 65534), 0);
+             ASSERT_EQ(chown(dir.path().c_str(), 0, 65534), 0);
+             for (const char *name : kFullFiles) ASSERT_EQ(chmod(dir.path(name).c_str(), 0664), 0);
+             ASSERT_EQ(chmod(dir.path().c_str(), 0775), 0);
+         }},
+        {"a directory he may not write", true, true, 0, 0, true, true,
+         [](ScratchDir &dir) {
+             for (const char *name : kFullFiles) ASSERT_EQ(chmod(dir.path(name).c_str(), 0666), 0);
+             ASSERT_EQ(chmod(dir.path().c_str(), 0555), 0);
+         }},
+        {"a file he may not write", true, true, EACCES, 0, false, true,
+         [](ScratchDir &dir) {
+             for (const char *name : kFullFiles) ASSERT_EQ(chmod(dir.path(name).c_str(), 0666), 0);
+             ASSERT_EQ(chmod(dir.path("sensor.ini").c_str(), 0644), 0);
+             ASSERT_EQ(chmod(dir.path().c_str(), 0777), 0);
+         }},
+        {"hard links and a symbolic link", false, false, 0, 0, true, true,
+         [](ScratchDir &dir) {
+             for (const char *name : kFullFiles) ASSERT_EQ(link(dir.path(name).c_str(), dir.path(std::string(name) + ".link").c_str()), 0);
+             ASSERT_EQ(rename(dir.path("jobsSTS.ini").c_str(), dir.path("jobsSTS.real").c_str()), 0);
+             ASSERT_EQ(symlink("jobsSTS.real", dir.path("jobsSTS.ini").c_str()), 0);
+         }},
+        {"a bind mount", true, false, 0, 0, true, true,
+         [](ScratchDir &dir) {
+             ASSERT_EQ(mount(dir.path("korvel.ini").c_str(), dir.path("korvel.ini").c_str(), nullptr, MS_BIND, nullptr), 0);
+         }},
+        {"a full disk at korvel.ini", false, false, ENOSPC, 1, false, true, nullptr},
+        {"a full disk at jobs.ini", false, false, ENOSPC, 2, false, true, nullptr},
+        {"a full disk at jobsSTS.ini", false, false, ENOSPC, 3, false, true, nullptr},
+        {"a full disk at a group file", false, false, ENOSPC, 9, false, true, nullptr},
+        {"a full disk at sensor.ini", false, false, ENOSPC, 14, false, true, nullptr},
+        {"a full disk at a file rewritten in place", false, false, EFBIG, 0, false, true,
+         [](ScratchDir &dir) {
+             for (const char *name : kFullFiles) ASSERT_EQ(link(dir.path(name).c_str(), dir.path(std::string(name) + ".link").c_str()), 0);
+         }},
+    };
+    for (const auto &c : cases) {
+        if (c.root_only && geteuid() != 0) continue;  // only root can set these up
+        SCOPED_TRACE(c.what);
+        ScratchDir dir;
+        dir.copy_from(kFull);
+        std::memset(&INI, 0, sizeof INI);
+        ASSERT_EQ(LoadINI(), 0);
+        std::strcpy(INI.System.Name, "Changed: Datacenter Brno");  // longer: the file grows
+        std::strcpy(INI.Group[9].Name, "Changed too");
+        if (c.prepare) c.prepare(dir);
+        Identity before = identity(dir.path("korvel.ini"));
+        struct stat korvel;
+        ASSERT_EQ(stat(dir.path("korvel.ini").c_str(), &korvel), 0);
+        failing_file = c.fail_at;
+        files_written = 0;
+        SaveWrite = write_until_full;
+        // Only korvel.ini grows past the limit, and all files are rewritten in place.
+        rlim_t limit = c.result == EFBIG ? static_cast<rlim_t>(korvel.st_size) + 4 : RLIM_INFINITY;
+        EXPECT_EQ(in_child(SaveINI, c.as_nobody, limit), c.result);
+        SaveWrite = pwrite;
+        Identity after = identity(dir.path("korvel.ini"));
+        EXPECT_EQ(dir.read("korvel.ini").find("Name=\"Changed: ") != std::string::npos, c.changed);
+        EXPECT_EQ(dir.read("group_09.ini").find("Name=\"Changed too\"") != std::string::npos, c.changed);
+        EXPECT_EQ(after.inode == before.inode, c.same_inode || !c.changed);
+        EXPECT_EQ(after.owner, before.owner);
+        EXPECT_EQ(after.group, before.group);
+        EXPECT_EQ(after.mode, before.mode);
+        EXPECT_EQ(after.links, before.links);
+        if (!c.changed) {
+            for (const char *name : kFullFiles) EXPECT_EQ(dir.read(name), read_file(kFull + "/" + name)) << name;
+        }
+        for (const std::string &name : dir.list()) EXPECT_NE(name[0], '.') << "temporary left: " << name;
+        if (c.root_only && std::string(c.what) == "a bind mount") umount(dir.path("korvel.ini").c_str());
+    }
+}
+
+TEST_F(Writer, ASignalDuringASaveWaitsForItsEnd) {
     load_full();
-    ASSERT_EQ(chmod(dir_.path("jobs.ini").c_str(), 0640), 0);
-    ASSERT_EQ(mkdir(dir_.path("conf").c_str(), 0755), 0);
-    ASSERT_EQ(rename(dir_.path("korvel.ini").c_str(), dir_.path("conf/korvel.real").c_str()), 0);
-    ASSERT_EQ(symlink("conf/korvel.real", dir_.path("korvel.ini").c_str()), 0);
-    // As root the file is given to another user first; anyone else keeps
-    // their own files. The owner must not change either way.
-    ASSERT_TRUE(chown(dir_.path("sensor.ini").c_str(), 65534, 65534) == 0 || geteuid() != 0);
-    struct stat before, after;
-    ASSERT_EQ(stat(dir_.path("sensor.ini").c_str(), &before), 0);
-    std::strcpy(INI.System.Name, "Relinked");
-    ASSERT_EQ(SaveINI(), 0);
-    ASSERT_EQ(lstat(dir_.path("korvel.ini").c_str(), &after), 0);
-    EXPECT_TRUE(S_ISLNK(after.st_mode)) << "the link stays a link";
-    EXPECT_NE(dir_.read("conf/korvel.real").find("Name=\"Relinked\""), std::string::npos) << "its target is replaced";
-    ASSERT_EQ(stat(dir_.path("jobs.ini").c_str(), &after), 0);
-    EXPECT_EQ(after.st_mode & 07777, 0640u);
-    ASSERT_EQ(stat(dir_.path("sensor.ini").c_str(), &after), 0);
-    EXPECT_EQ(after.st_uid, before.st_uid);
-    EXPECT_EQ(after.st_gid, before.st_gid);
+    std::strcpy(INI.System.Name, "Changed");
+    int notify[2];
+    ASSERT_EQ(pipe(notify), 0);
+    pid_t child = fork();
+    if (child == 0) {
+        close(notify[0]);
+        sync_pipe = notify[1];
+        SaveSync = slow_sync;
+        int result = SaveINI();
+        for (;;) pause();  // the held signal ends it here, after the save
+        _exit(result);
+    }
+    close(notify[1]);
+    char byte;
+    ASSERT_EQ(read(notify[0], &byte, 1), 1) << "the save began";
+    kill(child, SIGTERM);
+    int status = 0;
+    waitpid(child, &status, 0);
+    close(notify[0]);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+    EXPECT_NE(dir_.read("korvel.ini").find("Name=\"Changed\""), std::string::npos) << "the save ended first";
+    for (const std::string &name : dir_.list()) EXPECT_NE(name[0], '.') << "temporary left: " << name;
+
+    // A failure while the files are put in place names the new and the old.
+    SaveRename = rename_only_first;
+    std::strcpy(INI.System.Name, "Again");
+    EXPECT_EQ(SaveINI(), EIO);
+    SaveRename = rename;
+    EXPECT_STREQ(SavedFiles, "korvel.ini");
+    EXPECT_EQ(std::string(UnsavedFiles).substr(0, 21), "jobs.ini jobsSTS.ini ");
+    for (const std::string &name : dir_.list()) EXPECT_NE(name[0], '.') << "temporary left: " << name;
 }
 
 void put16(std::string &bytes, size_t offset, unsigned value) {
