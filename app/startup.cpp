@@ -50,11 +50,24 @@ void delete_loghi() {
     }
 }
 
-[[noreturn]] static void cannot_load_texts() {
-    con_printf("\n\rCannot load language strings file !");
+static const char *program_name = "corvane";
+
+// A start that cannot go on: the message on the screen, then on standard
+// error the program, the file and why, as a careful tool says it.
+[[noreturn]] static void end_start(const char *message, int status) {
+    con_printf("\n\r%s\n", message);
+    fflush(console_stream());
+    if (UnreadableError) {
+        const char *why = UnreadableError == kNotRegular  ? "not a regular file"
+                          : UnreadableError == kNoSection ? "no [Corvane] section"
+                                                          : std::strerror(UnreadableError);
+        std::fprintf(stderr, "%s: %s: %s\n", program_name, UnreadablePath, why);
+    }
     FreeText();
-    console_exit(5);
+    console_exit(status);
 }
+
+[[noreturn]] static void cannot_load_texts() { end_start("Cannot load language strings file !", 5); }
 
 // Before a save: names each file that changed on disk since it was read and
 // asks whether to overwrite them. True when there is nothing to ask, or yes.
@@ -138,14 +151,12 @@ int run_editor(int argc, char **argv) {
     // are read, so that another editor's save is never read half-way.
     int locked = located ? lock_directory(ProgramDir) : 0;
     if (located) remember_files(ProgramDir);
-    if (!located || LoadINI() != 0) {
-        con_printf("\n\rCannot load initialization file !");
-        console_exit(2);
+    if (argc > 0 && argv[0][0]) {
+        const char *slash = std::strrchr(argv[0], '/');
+        program_name = slash ? slash + 1 : argv[0];
     }
-    if (AllocText() != 0) {
-        con_printf("\n\rLow memory for strings !");
-        console_exit(4);
-    }
+    if (!located || LoadINI() != 0) end_start("Cannot load initialization file !", 2);
+    if (AllocText() != 0) end_start("Low memory for strings !", 4);
     if (LoadText(kCorvane, INI.System.Language) != 0) cannot_load_texts();
     if (locked == EWOULDBLOCK) {
         con_printf("\n\r%s\n\r", LangText[kTextAlreadyEditing]);

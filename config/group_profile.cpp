@@ -3,8 +3,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "config/fields.h"
+#include "config/replace_file.h"
 #include "console/terminal.h"
 
 bool test_big_endian() {
@@ -29,10 +33,13 @@ void swap_event_data(GroupEvent &event) {
     }
 }
 
+// Written beside the path and renamed over it: a full disk leaves the old
+// profile whole, and a symbolic link planted at the path is replaced, not
+// followed.
 int SaveGroupProfile(const char *path, GroupEvent events[kGroupEvents]) {
-    FILE *file = std::fopen(path, "wb");
-    if (!file) {
-        int error = errno;
+    static ReplaceFile out;
+    int error = replace_open(out, path, false);
+    if (error) {
         printfc("\nCannot open file! ");
         return error;
     }
@@ -42,20 +49,37 @@ int SaveGroupProfile(const char *path, GroupEvent events[kGroupEvents]) {
         // Converted in the list itself and left so: a big-endian host keeps
         // the saved events in file order afterwards.
         if (swap) swap_event_data(events[i]);
-        if (std::fwrite(&events[i], sizeof events[i], 1, file) != 1) {
-            printfc("\nRecord not writed - maybe disk full ! ");
-            std::fclose(file);
-            return 0;
-        }
+        replace_write(out, &events[i], sizeof events[i]);
     }
-    std::fclose(file);
-    return 0;
+    error = replace_save(out);
+    bool full = error == ENOSPC || error == EFBIG || error == EDQUOT || error == EIO;
+    if (error) printfc(full ? "\nRecord not writed - maybe disk full ! " : "\nCannot open file! ");
+    return error;
+}
+
+// The group files cannot hold a double quote or a control character in a
+// text: it ends the text there, so that no profile can add a line to them.
+static void clean_text(char *text, size_t size) {
+    size_t length = 0;
+    while (length < size && text[length] && text[length] != '"' &&
+           static_cast<unsigned char>(text[length]) >= 32 && text[length] != 127) {
+        ++length;
+    }
+    std::memset(text + length, 0, size - length);
 }
 
 int LoadGroupProfile(const char *path, GroupEvent events[kGroupEvents]) {
-    FILE *file = std::fopen(path, "rb");
+    // Only a regular file is read, and opening one never waits.
+    int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    struct stat state;
+    int error = descriptor < 0 || fstat(descriptor, &state) != 0 ? errno
+                : S_ISDIR(state.st_mode)                           ? EISDIR
+                : !S_ISREG(state.st_mode)                          ? EINVAL
+                                                                   : 0;
+    FILE *file = error ? nullptr : fdopen(descriptor, "rb");
     if (!file) {
-        int error = errno;
+        if (!error) error = errno;
+        if (descriptor >= 0) close(descriptor);
         printfc("\nCannot open file! ");
         return error;
     }
@@ -72,6 +96,8 @@ int LoadGroupProfile(const char *path, GroupEvent events[kGroupEvents]) {
             break;
         }
         if (swap) swap_event_data(event);
+        clean_text(event.Job.File, sizeof event.Job.File);
+        clean_text(event.Job.Message, sizeof event.Job.Message);
         if (++count > kGroupEvents - 1) {
             printfc("\nRecords is more that MAX_GROUP_EVENTS! ");
             break;

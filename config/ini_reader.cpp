@@ -1,10 +1,10 @@
 #include "config/ini_reader.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
-#include <sys/stat.h>
 
 #include "config/fields.h"
 #include "config/record.h"
@@ -156,13 +156,15 @@ static void read_key_line(int file, char *line) {
 }
 
 int EncodeINIFile(int file, const char *path) {
-    FILE *stream = std::fopen(path, "r");
-    if (!stream) return 1;
-    // A directory opens like a file but reads as nothing: it is no file.
-    struct stat state;
-    if (fstat(fileno(stream), &state) != 0 || S_ISDIR(state.st_mode)) {
-        std::fclose(stream);
-        return 1;
+    // Only a missing file is missing: one that is there but cannot be read,
+    // or is no regular file, must not be taken for an empty one and then
+    // overwritten by the next save.
+    int error = 0;
+    FILE *stream = open_regular(path, &error);
+    if (!stream) {
+        if (error == ENOENT) return 1;
+        note_unreadable(path, error);
+        return 2;
     }
     // 298 characters at a time: the rest of a longer line is read as a line
     // of its own.
@@ -206,13 +208,20 @@ int LoadGroupsINI() {
         group_file_name(name, sizeof name, group);
         g_index = group;
         result = load_file(kGroupIni, name);
+        if (result > 1) return result;
     }
     return result;
 }
 
 int LoadINI() {
     std::memset(&INI, 0, sizeof INI);
+    UnreadableError = 0;
     int result = LoadKorvelINI();
+    if (result == 1) {
+        char path[kProgramDirSize + 32];
+        std::snprintf(path, sizeof path, "%skorvel.ini", ProgramDir);
+        note_unreadable(path, ENOENT);
+    }
     if (result != 0) return result;
     for (int (*load)() : {LoadJobsINI, LoadJobsSTSINI, LoadGroupsINI, LoadSensorINI}) {
         result = load();

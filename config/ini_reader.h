@@ -18,18 +18,20 @@ extern int g_index;
 extern const char *p_s;
 
 // Clears INI, loads every file, decodes the schedules and copies INI into
-// INI1. 0, or 1 when korvel.ini cannot be read (the other files are optional).
+// INI1. 0; 1 when korvel.ini is missing (the other files are optional); 2 when
+// a file is there but cannot be read or is no regular file (UnreadablePath
+// and UnreadableError say which and why).
 int LoadINI();
 int LoadKorvelINI();
 int LoadJobsINI();
 int LoadJobsSTSINI();
 int LoadSensorINI();
 // Reads group_00.ini to group_09.ini into groups 0-9; only group_09's
-// result is returned.
+// result is returned, unless a file cannot be read (2).
 int LoadGroupsINI();
 
-// Parses the file at `path` as file number `file` into INI. 1 when it cannot
-// be opened, else 0.
+// Parses the file at `path` as file number `file` into INI. 0; 1 when there
+// is no such file; 2 when it cannot be read or is no regular file.
 int EncodeINIFile(int file, const char *path);
 // Stores p_s into the field of (file, section slot, key slot), if there is one.
 void FillVar(int file, int section, int key);

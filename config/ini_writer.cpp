@@ -94,7 +94,7 @@ int write_ini_file(IniFile file, const char *name, const unsigned char *base,
         }
     }
     if (int error = replace_stage(out)) return error;
-    if (&out == &single) return replace_commit(out);
+    if (&out == &single) return replace_commit(out);  // staged just above
     ++staged_count;
     return 0;
 }

@@ -61,15 +61,25 @@ static int write_all(int descriptor, const char *bytes, size_t size, off_t offse
     return 0;
 }
 
-int replace_open(ReplaceFile &file, const char *path) {
+// The file at the target as a save sees it: a symbolic link that is to be
+// replaced, not followed, counts as no file.
+static bool look_at(const ReplaceFile &file, struct stat &state) {
+    if (file.follow_links) return stat(file.target, &state) == 0;
+    return lstat(file.target, &state) == 0 && !S_ISLNK(state.st_mode);
+}
+
+int replace_open(ReplaceFile &file, const char *path, bool follow_links) {
     replace_discard(file);
     file = ReplaceFile();
+    file.follow_links = follow_links;
     if (std::snprintf(file.target, sizeof file.target, "%s", path) >= static_cast<int>(sizeof file.target)) {
         return ENAMETOOLONG;
     }
-    if (int error = resolve_links(file.target, sizeof file.target)) return error;
+    if (follow_links) {
+        if (int error = resolve_links(file.target, sizeof file.target)) return error;
+    }
     struct stat old;
-    if (stat(file.target, &old) == 0 && S_ISDIR(old.st_mode)) return EISDIR;
+    if (look_at(file, old) && S_ISDIR(old.st_mode)) return EISDIR;
     file.stream = open_memstream(&file.bytes, &file.size);
     return file.stream ? 0 : errno;
 }
@@ -80,6 +90,11 @@ void replace_printf(ReplaceFile &file, const char *format, ...) {
     va_start(args, format);
     if (std::vfprintf(file.stream, format, args) < 0) file.error = errno ? errno : ENOMEM;
     va_end(args);
+}
+
+void replace_write(ReplaceFile &file, const void *bytes, size_t size) {
+    if (file.error || !file.stream) return;
+    if (std::fwrite(bytes, 1, size, file.stream) != size) file.error = errno ? errno : ENOMEM;
 }
 
 static int fail(ReplaceFile &file, int error) {
@@ -120,8 +135,8 @@ int replace_stage(ReplaceFile &file) {
     if (file.error) return fail(file, file.error);
 
     struct stat old;
-    bool exists = stat(file.target, &old) == 0;
-    if (exists && !S_ISREG(old.st_mode)) return fail(file, EISDIR);
+    bool exists = look_at(file, old);
+    if (exists && !S_ISREG(old.st_mode)) return fail(file, S_ISDIR(old.st_mode) ? EISDIR : EINVAL);
     if (exists && access(file.target, W_OK) != 0) return fail(file, errno);
     char directory[sizeof file.target];
     directory_of(file.target, directory, sizeof directory);
@@ -200,6 +215,11 @@ int replace_commit(ReplaceFile &file) {
     if (error) return fail(file, error);
     replace_discard(file);
     return 0;
+}
+
+int replace_save(ReplaceFile &file) {
+    int error = replace_stage(file);
+    return error ? error : replace_commit(file);
 }
 
 void replace_discard(ReplaceFile &file) {

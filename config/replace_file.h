@@ -32,13 +32,18 @@ struct ReplaceFile {
     char temporary[4096] = ""; // the staged copy beside it, renamed into place
     int descriptor = -1;       // the target itself, open, when rewritten in place
     off_t old_size = 0;        // its length before the save, to undo a reservation
+    bool follow_links = true;  // false: a symbolic link at the path is replaced, not its target
 };
 
-// Prepares to replace `path`: links are followed, the new text is gathered
-// in memory. 0, or the error number (then nothing is kept).
-int replace_open(ReplaceFile &file, const char *path);
-// Writes formatted text; after an error it writes nothing more.
+// Prepares to replace `path`: symbolic links are followed unless
+// `follow_links` is false, the new text is gathered in memory. 0, or the
+// error number (then nothing is kept).
+int replace_open(ReplaceFile &file, const char *path, bool follow_links = true);
+// Writes formatted text, or bytes; after an error nothing more.
 void replace_printf(ReplaceFile &file, const char *format, ...) __attribute__((format(printf, 2, 3)));
+void replace_write(ReplaceFile &file, const void *bytes, size_t size);
+// Stages and commits one file on its own. 0, or the error number.
+int replace_save(ReplaceFile &file);
 // Puts the new bytes on disk beside or inside the old file, synced, without
 // changing the old content. 0, or the error number (then nothing changed and
 // nothing is left behind).

@@ -116,8 +116,10 @@ int LoadText(int kind, int language) {
     const char *header = section_header(kind);
     char path[kProgramDirSize + 32];
     language_path(path, sizeof path, kind, language);
-    FILE *file = std::fopen(path, "r");
+    int error = 0;
+    FILE *file = open_regular(path, &error);
     if (!file) {
+        note_unreadable(path, error);
         char message[sizeof path + 32];
         std::snprintf(message, sizeof message, "\n\rCannot open file %s ", path);
         printfc(message);
@@ -143,6 +145,7 @@ int LoadText(int kind, int language) {
         char message[64];
         std::snprintf(message, sizeof message, "\n\rCannot found section %s ", header ? header : "");
         printfc(message);
+        note_unreadable(path, kNoSection);
         std::fclose(file);
         return 2;
     }
@@ -163,7 +166,8 @@ int choice_language(unsigned char *master_language, const unsigned char *working
     for (; count < 32; ++count) {
         char path[kProgramDirSize + 32];
         language_path(path, sizeof path, kCorvane, static_cast<int>(count));
-        FILE *file = std::fopen(path, "r");
+        int error = 0;
+        FILE *file = open_regular(path, &error);
         if (!file) break;
         char name[32] = "";
         if (std::fgets(name, sizeof name, file) && name[0]) name[std::strlen(name) - 1] = '\0';

@@ -133,8 +133,15 @@ void check_group_profile(const uint8_t *data, size_t size) {
     require(SaveGroupProfile((scratch(1) + "profile").c_str(), loaded) == 0, "a profile saves");
     require(LoadGroupProfile((scratch(1) + "profile").c_str(), again) == 0, "a saved profile loads");
     // The events in use come back in order; those not in use are not saved.
+    // No text holds what would end a line or a value in a group file.
     int next = 0;
     for (const GroupEvent &event : loaded) {
+        for (const char *text : {event.Job.File, event.Job.Message}) {
+            size_t size = text == event.Job.File ? sizeof event.Job.File : sizeof event.Job.Message;
+            for (size_t i = 0; i < size && text[i]; ++i) {
+                require(text[i] != '"' && static_cast<unsigned char>(text[i]) >= 32 && text[i] != 127, "clean texts");
+            }
+        }
         if (event.Type[0] == 0) continue;
         require(std::memcmp(&again[next++], &event, sizeof event) == 0, "the same events");
     }

@@ -1,12 +1,16 @@
-// Contents no scenario file can spell (random bytes, ten megabytes, lines of
-// a hundred thousand characters) in place of the configuration or the
-// language file: the start never breaks, and ends as it should.
+// Files that are not what they seem, and contents no scenario file can spell
+// (random bytes, ten megabytes, lines of a hundred thousand characters): the
+// start never breaks, never waits, says why, and changes no file.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
+#include <functional>
 #include <random>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include "support/editor_session.h"
 
@@ -19,16 +23,67 @@ std::string random_bytes(size_t size, unsigned seed) {
     return bytes;
 }
 
-std::string grown(std::string text, const std::string &line) {
-    while (text.size() < 10 * 1024 * 1024) text += line;
-    return text;
+TEST(Faults, AFileThatCannotBeReadStopsTheStartAndSaysWhy) {
+    const char *cannot = "Cannot load initialization file !\r\n", *no_texts = "Cannot load language strings file !\r\n";
+    const struct {
+        const char *file, *fault, *why;
+        int status;
+    } cases[] = {
+        {"korvel.ini", "missing", "No such file or directory", 2}, {"korvel.ini", "directory", "Is a directory", 2},
+        {"korvel.ini", "fifo", "not a regular file", 2},           {"korvel.ini", "device", "not a regular file", 2},
+        {"korvel.ini", "unreadable", "Permission denied", 2},      {"jobs.ini", "directory", "Is a directory", 2},
+        {"jobs.ini", "fifo", "not a regular file", 2},             {"jobs.ini", "device", "not a regular file", 2},
+        {"jobs.ini", "unreadable", "Permission denied", 2},        {"group_03.ini", "fifo", "not a regular file", 2},
+        {"lang_00.ini", "missing", "No such file or directory", 5}, {"lang_00.ini", "directory", "Is a directory", 5},
+        {"lang_00.ini", "fifo", "not a regular file", 5},          {"lang_00.ini", "device", "not a regular file", 5},
+        {"lang_00.ini", "unreadable", "Permission denied", 5},     {"lang_00.ini", "empty", "no [Corvane] section", 5},
+    };
+    for (const auto &c : cases) {
+        if (std::string(c.fault) == "unreadable" && geteuid() != 0) continue;  // nobody is only root's to become
+        SCOPED_TRACE(std::string(c.file) + ", " + c.fault);
+        EditorSession editor;
+        const std::string path = editor.dir.path(c.file), fault = c.fault;
+        std::remove(path.c_str());
+        if (fault == "directory") mkdir(path.c_str(), 0755);
+        if (fault == "fifo") mkfifo(path.c_str(), 0644);
+        if (fault == "device") symlink("/dev/zero", path.c_str());
+        if (fault == "empty") editor.dir.write(c.file, "");
+        if (fault == "unreadable") {
+            editor.dir.write(c.file, "[System]\n");
+            chmod(path.c_str(), 0);
+            editor.unprivileged = true;
+        }
+        // Korvel's files, each a name and a digest of its bytes (a FIFO is
+        // not read: that would wait; the editor itself may become a copy).
+        auto files = [&] {
+            std::vector<std::string> seen;
+            for (const std::string &name : editor.dir.list()) {
+                struct stat state;
+                bool regular = lstat(editor.dir.path(name).c_str(), &state) == 0 && S_ISREG(state.st_mode);
+                if (name == "corvane") continue;
+                std::string bytes = regular && state.st_mode & 0444 ? editor.dir.read(name) : "";
+                seen.push_back(name + " " + std::to_string(std::hash<std::string>()(bytes)));
+            }
+            return seen;
+        };
+        std::vector<std::string> before = files();
+        auto started = std::chrono::steady_clock::now();
+        ASSERT_TRUE(editor.open(false));
+        EXPECT_TRUE(editor.ended_with(c.status)) << editor.screen();
+        EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(1));
+        EXPECT_NE(editor.output().find(c.status == 2 ? cannot : no_texts), std::string::npos) << editor.output();
+        EXPECT_NE(editor.output().find("corvane: " + path + ": " + c.why + "\r\n"), std::string::npos) << editor.output();
+        EXPECT_EQ(files(), before) << "no file changed";
+    }
 }
 
 TEST(Faults, OddContentsNeverBreakTheStart) {
     const std::string code = "[System]\nKeyCode=\"MERID32001RU0001\"\n";
     const std::string english = read_file(std::string(CORVANE_DATA_DIR) + "lang_00.ini");
-    std::string long_lines = english;
+    std::string long_lines = english, huge = code, huge_language = english;
     long_lines.replace(long_lines.find("String000="), 0, "String000=\"" + std::string(100000, 'L') + "\"\n");
+    while (huge.size() < 10 * 1024 * 1024) huge += "Name=\"a system that is named far too often\"\nLocation=x\n";
+    while (huge_language.size() < 10 * 1024 * 1024) huge_language += "String9999=\"" + std::string(200, 'x') + "\"\n";
     const struct {
         const char *file, *what;
         std::string contents;
@@ -36,12 +91,11 @@ TEST(Faults, OddContentsNeverBreakTheStart) {
     } cases[] = {
         {"korvel.ini", "empty", "", "No UPS model code is set"},
         {"korvel.ini", "binary", random_bytes(64 * 1024, 7), "No UPS model code is set"},
-        {"korvel.ini", "10 MB", grown(code, "Name=\"a system that is named far too often\"\nLocation=x\n"),
-         "Corvane v 5.3.0"},
+        {"korvel.ini", "10 MB", huge, "Corvane v 5.3.0"},
         {"korvel.ini", "lines of 100 000 characters",
          code + "Name=\"" + std::string(100000, 'n') + "\"\n" + std::string(100000, '[') + "\n", "Corvane v 5.3.0"},
         {"lang_00.ini", "binary", random_bytes(64 * 1024, 11), nullptr},
-        {"lang_00.ini", "10 MB", grown(english, "String9999=\"" + std::string(200, 'x') + "\"\n"), "Corvane v 5.3.0"},
+        {"lang_00.ini", "10 MB", huge_language, "Corvane v 5.3.0"},
         {"lang_00.ini", "lines of 100 000 characters", long_lines, "Corvane v 5.3.0"},
     };
     for (const auto &c : cases) {

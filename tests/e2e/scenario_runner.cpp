@@ -5,14 +5,17 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
+#include <fcntl.h>
 #include <fstream>
 #include <map>
 #include <memory>
 #include <string>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -133,6 +136,14 @@ int signal_number(const std::string &name) {
 class Runner {
 public:
     explicit Runner(const Scenario &scenario) : scenario_(scenario) {}
+    ~Runner() {
+        // The editor ends before its file systems go, and they before its directory.
+        if (editor_ && editor_->pid() > 0 && !editor_->exited()) {
+            editor_->signal(SIGKILL);
+            editor_->wait_exit(kWaitMs);
+        }
+        for (const std::string &path : mounted_) umount2(path.c_str(), MNT_DETACH);
+    }
 
     void run() {
         for (const Step &step : scenario_.steps) {
@@ -204,13 +215,15 @@ private:
 
     std::string file_text(const std::string &name) { return editor().dir.read(name); }
 
-    // $DIR is the Korvel directory (ending in "/"), $PATH the tests' own.
+    // $DIR is the Korvel directory (ending in "/"), $DATA the fixtures'
+    // (tests/data/), $PATH the tests' own.
     std::string expand(std::string word) {
-        for (const char *name : {"$DIR", "$PATH"}) {
+        for (const char *name : {"$DIR", "$DATA", "$PATH"}) {
             size_t at = word.find(name);
             if (at == std::string::npos) continue;
             const char *path = getenv("PATH");
-            word.replace(at, std::strlen(name), name[1] == 'D' ? editor().dir.path() : path ? path : "");
+            std::string value = name[2] == 'I' ? editor().dir.path() : name[2] == 'A' ? CORVANE_TEST_DATA : path ? path : "";
+            word.replace(at, std::strlen(name), value);
         }
         return word;
     }
@@ -245,7 +258,32 @@ private:
         }
         if (verb == "stdin-null" && need(0)) return editor().stdin_null = true, "";
         if (verb == "write" && need(2)) return editor().dir.write(arg(1), arg(2)), "";
-        if (verb == "copy" && need(2)) return editor().dir.write(arg(2), file_text(arg(1))), "";
+        if (verb == "copy" && need(2)) {
+            return editor().dir.write(arg(2), arg(1)[0] == '/' ? read_file(arg(1)) : file_text(arg(1))), "";
+        }
+        if (verb == "link" && need(2)) {
+            return symlink(arg(1).c_str(), editor().dir.path(arg(2)).c_str()) == 0 ? "" : "cannot";
+        }
+        if (verb == "tmpfs" && need(2)) {
+            // A small file system of its own, for a full disk (root only).
+            std::string path = editor().dir.path(arg(1)), size = "size=" + arg(2) + "k";
+            if (mkdir(path.c_str(), 0755) != 0 || mount("tmpfs", path.c_str(), "tmpfs", 0, size.c_str()) != 0) {
+                return "cannot mount a file system (as root?)";
+            }
+            mounted_.push_back(path);
+            return "";
+        }
+        if (verb == "fill" && need(1)) {
+            // Writes until the disk is full.
+            int descriptor = open(editor().dir.path(arg(1)).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            static const char block[4096] = {};
+            ssize_t written;
+            while ((written = write(descriptor, block, sizeof block)) > 0) {
+            }
+            int error = errno;
+            close(descriptor);
+            return written < 0 && error == ENOSPC ? "" : "the disk did not fill";
+        }
         if (verb == "remove" && need(1)) return std::remove(editor().dir.path(arg(1)).c_str()) == 0 ? "" : "cannot";
         if (verb == "mkdir" && need(1)) return mkdir(editor().dir.path(arg(1)).c_str(), 0755) == 0 ? "" : "cannot";
         if (verb == "chmod" && need(2)) {
@@ -363,6 +401,18 @@ private:
             }
             return "";
         }
+        if (verb == "count" && need(3)) {
+            std::string text = file_text(arg(1));
+            int count = 0;
+            for (size_t at = text.find(arg(2)); at != std::string::npos; at = text.find(arg(2), at + 1)) ++count;
+            return count == number(3) ? "" : std::to_string(count) + " times";
+        }
+        if (verb == "size" && need(2)) {
+            struct stat state;
+            bool ok = lstat(editor().dir.path(arg(1)).c_str(), &state) == 0 && S_ISREG(state.st_mode) &&
+                      state.st_size == std::stol(arg(2));
+            return ok ? "" : "not a regular file of " + arg(2) + " bytes";
+        }
         if ((verb == "exists" || verb == "missing") && w.size() > 1) {
             for (size_t i = 1; i < w.size(); ++i) {
                 if (editor().dir.exists(w[i]) != (verb == "exists")) return w[i] + (verb == "exists" ? " is missing" : " exists");
@@ -388,6 +438,7 @@ private:
     std::string fixture_ = CORVANE_DEMO_DIR;
     std::unique_ptr<EditorSession> editor_;
     std::map<std::string, std::string> started_;
+    std::vector<std::string> mounted_;
     size_t mark_ = 0;
     int bells_ = 0;
     std::chrono::steady_clock::time_point pressed_at_;
