@@ -222,7 +222,7 @@ private:
             size_t at = word.find(name);
             if (at == std::string::npos) continue;
             const char *path = getenv("PATH");
-            std::string value = name[2] == 'I' ? editor().dir.path() : name[2] == 'A' ? CORVANE_TEST_DATA : path ? path : "";
+            std::string value = name[1] == 'D' ? (name[2] == 'I' ? editor().dir.path() : CORVANE_TEST_DATA) : path ? path : "";
             word.replace(at, std::strlen(name), value);
         }
         return word;
