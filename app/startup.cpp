@@ -56,7 +56,7 @@ static const char *program_name = "corvane";
 // error the program, the file and why, as a careful tool says it.
 [[noreturn]] static void end_start(const char *message, int status) {
     con_printf("\n\r%s\n", message);
-    fflush(console_stream());
+    console_flush();
     if (UnreadableError) {
         const char *why = UnreadableError == kNotRegular  ? "not a regular file"
                           : UnreadableError == kNoSection ? "no [Corvane] section"

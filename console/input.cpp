@@ -1,8 +1,13 @@
 #include "console/input.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
+#include <poll.h>
+#include <sys/select.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include "console/session.h"
@@ -14,12 +19,41 @@ int tolower(int c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; }
 bool isdigit(int c) { return c >= '0' && c <= '9'; }
 }  // namespace console
 
+// Ctrl-D at the start of a line typed on a terminal is no end of input: the
+// terminal is still there (no hang-up), and the line is an empty answer.
+static bool terminal_still_there() {
+    struct termios state;
+    struct pollfd terminal = {STDIN_FILENO, POLLIN, 0};
+    return isatty(STDIN_FILENO) && tcgetattr(STDIN_FILENO, &state) == 0 && (state.c_lflag & ICANON) &&
+           poll(&terminal, 1, 0) >= 0 && !(terminal.revents & (POLLHUP | POLLERR | POLLNVAL));
+}
+
+// Waits until a byte can be read. A resize or a continue that comes at any
+// moment, even just before the wait, draws the frame again: the signals are
+// held, and let in only by the wait itself.
+static void wait_for_input() {
+    sigset_t wake, before;
+    sigemptyset(&wake);
+    for (int number : {SIGWINCH, SIGCONT, SIGTSTP}) sigaddset(&wake, number);
+    sigprocmask(SIG_BLOCK, &wake, &before);
+    for (;;) {
+        console_interrupted();
+        fd_set input;
+        FD_ZERO(&input);
+        FD_SET(STDIN_FILENO, &input);
+        if (pselect(STDIN_FILENO + 1, &input, nullptr, nullptr, nullptr, &before) >= 0 || errno != EINTR) break;
+    }
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+}
+
 static int read_stdin_byte() {
     unsigned char c;
     for (;;) {
+        wait_for_input();
         ssize_t n = read(STDIN_FILENO, &c, 1);
         if (n == 1) return c;
         if (n < 0 && errno == EINTR) continue;
+        if (n == 0 && terminal_still_there()) return '\n';
         return -1;
     }
 }
@@ -37,8 +71,11 @@ int console_getc() {
         pushed_back = -1;
         return c;
     }
-    fflush(console_stream());
-    int c = ConsoleReadByte();
+    console_flush();
+    int c;
+    do {
+        c = ConsoleReadByte();  // keys typed at the window-size notice are not the screen's
+    } while (c >= 0 && console_notice_up());
     if (c < 0) {
         ConsoleInputEnded();
         return -1;

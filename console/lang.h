@@ -17,6 +17,7 @@ enum OwnText {
     kTextOverwrite = 1003,        // the question whether to overwrite those
     kTextNotSaved = 1004,         // the answer was no
     kTextSavedPartly = 1005,      // "%s" are new, "%s" are not
+    kTextWindowTooSmall = 1006,   // the window's columns and lines, the screen's
 };
 
 // One buffer per text number; "Text 042" until a file supplies text 42.

@@ -3,13 +3,15 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
-#include <cstring>
 #include <csignal>
+#include <cstring>
+#include <initializer_list>
 #include <spawn.h>
 #include <sys/select.h>
 #include <sys/wait.h>
 
 #include "console/globals.h"
+#include "console/session.h"
 
 extern char **environ;
 
@@ -129,7 +131,7 @@ void (*ConsoleSleep)(unsigned long microseconds) = select_sleep;
 void ussleep(unsigned long microseconds) {
     if (microseconds == 1) microseconds = 20;
     // A message shown before a pause must be on the screen during it.
-    fflush(console_stream());
+    console_flush();
     ConsoleSleep(microseconds);
 }
 
@@ -198,6 +200,15 @@ int (*ConsoleShell)(const char *command) = run_plain_or_shell;
 
 int run_command(const char *command) {
     // The command writes to the same terminal; what was drawn must come first.
-    fflush(console_stream());
-    return ConsoleShell(command);
+    console_flush();
+    // A signal that ends the editor while "stty" runs would restore the
+    // terminal and then see stty switch it again: it waits for stty.
+    bool mode_switch = std::strncmp(command, "stty ", 5) == 0;
+    sigset_t held, before;
+    sigemptyset(&held);
+    for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP}) sigaddset(&held, number);
+    if (mode_switch) sigprocmask(SIG_BLOCK, &held, &before);
+    int status = ConsoleShell(command);
+    if (mode_switch) sigprocmask(SIG_SETMASK, &before, nullptr);
+    return status;
 }

@@ -6,6 +6,7 @@
 #include "console/input.h"
 #include "console/lang.h"
 #include "console/screen.h"
+#include "console/session.h"
 #include "console/terminal.h"
 #include "schedule/calendar.h"
 
@@ -251,6 +252,8 @@ void next_actions(NextActionsView &view) {
     int64_t start = ScheduleNow();
     int64_t end = start + 8640000;  // 100 days
     if (end > INT32_MAX) end = start;
+    // A hundred days of actions may run far past the window, as they always have.
+    ConsoleFrameMayScroll = true;
     int count = print_next_actions(start, end, view.selected);
     while (view.open) {
         MenuKey key = read_key();
@@ -264,4 +267,6 @@ void next_actions(NextActionsView &view) {
             view.open = false;
         }
     }
+    console_flush();  // written while it may still scroll
+    ConsoleFrameMayScroll = false;
 }

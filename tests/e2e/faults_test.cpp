@@ -10,6 +10,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include "support/editor_session.h"
@@ -77,11 +78,36 @@ TEST(Faults, AFileThatCannotBeReadStopsTheStartAndSaysWhy) {
     }
 }
 
+// SIGTERM at random moments around the switches between single keys and
+// lines (a "stty" child runs then): the terminal must always end up usable.
+TEST(Faults, NoSignalLeavesTheTerminalRaw) {
+    std::mt19937 random(20261123);
+    for (int round = 0; round < 200; ++round) {
+        SCOPED_TRACE(round);
+        EditorSession editor;
+        ASSERT_TRUE(editor.open());
+        editor.send("\r");  // System parameters
+        ASSERT_TRUE(editor.wait_until([&] { return editor.marker_row() == 6; }));
+        // Into the name's entry, or out of it with a line typed.
+        if (round % 2) {
+            editor.send("\r");
+            ASSERT_TRUE(editor.wait_for_text("New value"));
+        }
+        editor.send(round % 2 ? "x\r" : "\r");
+        usleep(std::uniform_int_distribution<unsigned>(0, 15000)(random));
+        editor.signal(SIGTERM);
+        ASSERT_TRUE(editor.wait_exit());
+        struct termios state;
+        ASSERT_TRUE(editor.modes(&state));
+        EXPECT_TRUE((state.c_lflag & ECHO) && (state.c_lflag & ICANON)) << "the terminal was left raw";
+    }
+}
+
 TEST(Faults, OddContentsNeverBreakTheStart) {
     const std::string code = "[System]\nKeyCode=\"MERID32001RU0001\"\n";
     const std::string english = read_file(std::string(CORVANE_DATA_DIR) + "lang_00.ini");
     std::string long_lines = english, huge = code, huge_language = english;
-    long_lines.replace(long_lines.find("String000="), 0, "String000=\"" + std::string(100000, 'L') + "\"\n");
+    long_lines.insert(long_lines.find('\n') + 1, std::string(100000, 'L') + "\n");
     while (huge.size() < 10 * 1024 * 1024) huge += "Name=\"a system that is named far too often\"\nLocation=x\n";
     while (huge_language.size() < 10 * 1024 * 1024) huge_language += "String9999=\"" + std::string(200, 'x') + "\"\n";
     const struct {

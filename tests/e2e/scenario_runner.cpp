@@ -257,6 +257,18 @@ private:
             return same ? "" : "they differ from " + arg(3);
         }
         if (verb == "stdin-null" && need(0)) return editor().stdin_null = true, "";
+        if (verb == "in-shell" && need(0)) return editor().in_shell = true, "";
+        if (verb == "window" && need(2)) {
+            // Before the start, the window the editor starts in; after it, a resize.
+            if (editor().pid() > 0) {
+                mark_ = editor().output().size();
+                editor().resize(number(1), number(2));
+            } else {
+                editor().rows = number(1);
+                editor().cols = number(2);
+            }
+            return "";
+        }
         if (verb == "write" && need(2)) return editor().dir.write(arg(1), arg(2)), "";
         if (verb == "copy" && need(2)) {
             return editor().dir.write(arg(2), arg(1)[0] == '/' ? read_file(arg(1)) : file_text(arg(1))), "";
@@ -400,6 +412,11 @@ private:
                 if ((text.find(wanted) != std::string::npos) != (verb != "lacks")) return "\"" + w[i] + "\" in\n" + text;
             }
             return "";
+        }
+        if (verb == "frame-is" && need(1)) {
+            // Every byte written so far, against a golden file.
+            std::string golden = read_file(std::string(CORVANE_TEST_DATA) + arg(1));
+            return editor().output() == golden ? "" : "the bytes differ from " + arg(1);
         }
         if (verb == "count" && need(3)) {
             std::string text = file_text(arg(1));

@@ -25,6 +25,8 @@ bool EditorSession::open(bool wait_for_menu) {
     options.cwd = cwd.empty() ? dir.path() : cwd;
     options.unprivileged = unprivileged;
     options.stdin_null = stdin_null;
+    options.rows = rows;
+    options.cols = cols;
     options.environment = environment;
     if (unprivileged) {
         nftw(dir.path().c_str(), open_up, 8, FTW_PHYS);
@@ -35,7 +37,13 @@ bool EditorSession::open(bool wait_for_menu) {
         // The shell gives up at a PATH directory it may not search (root's own).
         options.environment.insert(options.environment.begin(), "PATH=/usr/local/bin:/usr/bin:/bin");
     }
-    if (!start({dir.path("corvane")}, options)) return false;
+    if (in_shell) {
+        options.environment.push_back("PS1=$ ");
+        if (!start({"/bin/bash", "--norc", "--noprofile", "--noediting", "-i"}, options)) return false;
+        send("./corvane\r");
+    } else if (!start({dir.path("corvane")}, options)) {
+        return false;
+    }
     return !wait_for_menu ||
            (wait_for_text("Corvane v 5.3.0 10/2012") && wait_until([&] { return marker_row() == 10; }));
 }

@@ -13,6 +13,8 @@ struct EditorSession : PtySession {
     std::string cwd;                       // empty: the Korvel directory
     bool unprivileged = false;             // run as nobody; the directory is opened up for it
     bool stdin_null = false;               // standard input from /dev/null
+    bool in_shell = false;                 // started as a job of an interactive shell
+    int rows = 40, cols = 100;             // the window
 
     // Stages `korvel_dir` with the English language file and links the
     // editor in: it finds its files beside the link.

@@ -213,6 +213,16 @@ void PtySession::hangup() {
     master_ = -1;
 }
 
+void PtySession::resize(int rows, int cols) {
+    rows_ = rows;
+    cols_ = cols;
+    vterm_set_size(vterm_, rows, cols);
+    struct winsize size {};
+    size.ws_row = static_cast<unsigned short>(rows);
+    size.ws_col = static_cast<unsigned short>(cols);
+    ioctl(master_, TIOCSWINSZ, &size);  // the kernel tells the program with SIGWINCH
+}
+
 void PtySession::signal(int signal_number) { ::kill(pid_, signal_number); }
 
 bool PtySession::modes(struct termios *state) const { return tcgetattr(slave_, state) == 0; }

@@ -65,6 +65,7 @@ public:
     bool exited() const { return exited_; }
     int wait_status() const { return status_; }  // as waitpid reports it
     void hangup();                               // closes the terminal's master side
+    void resize(int rows, int cols);             // the window, as a terminal program changes it
     void signal(int signal_number);
     // The terminal modes as the program last set them.
     bool modes(struct termios *state) const;
