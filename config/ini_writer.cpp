@@ -123,7 +123,23 @@ static void apply_default(const SectionKind &kind) {
     }
 }
 
-int SaveKorvelINI() { return write_ini_file(kKorvelIni, "korvel.ini", whole_record(), apply_default); }
+int SaveKorvelINI() {
+    // The defaults are stored only when the file is written: a failure
+    // leaves the record as it was.
+    char device[sizeof INI.Serial[0].Device];
+    std::memcpy(device, INI.Serial[0].Device, sizeof device);
+    const EmailService email = INI.EmailConfig;
+    const ViewerModem viewer = INI.BriskenModemConfig;
+    const WapService wap = INI.WapConfig;
+    int error = write_ini_file(kKorvelIni, "korvel.ini", whole_record(), apply_default);
+    if (error) {
+        std::memcpy(INI.Serial[0].Device, device, sizeof device);
+        INI.EmailConfig = email;
+        INI.BriskenModemConfig = viewer;
+        INI.WapConfig = wap;
+    }
+    return error;
+}
 
 int SaveJobsINI() { return write_ini_file(kJobsIni, "jobs.ini", whole_record()); }
 int SaveJobsSTSINI() { return write_ini_file(kJobsStsIni, "jobsSTS.ini", whole_record()); }

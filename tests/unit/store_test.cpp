@@ -265,6 +265,13 @@ TEST_F(Writer, LoadingAndSavingReproducesEveryFile) {
 }
 
 TEST_F(Writer, TheLayoutOfEachKindOfFile) {
+    // Nowhere to write: the defaults are not stored either.
+    std::string kept = ProgramDir;
+    std::snprintf(ProgramDir, kProgramDirSize, "%s", dir_.path("missing/").c_str());
+    EXPECT_EQ(SaveINI(), ENOENT);
+    EXPECT_EQ(INI.WapConfig.Port + INI.Serial[0].Device[0], 0);
+    std::snprintf(ProgramDir, kProgramDirSize, "%s", kept.c_str());
+
     // A record of zeros: the fixed sections with their defaults, stored
     // except the subject, which is only written.
     ASSERT_EQ(SaveINI(), 0);
