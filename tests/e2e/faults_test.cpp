@@ -13,7 +13,7 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include "support/editor_session.h"
+#include "support/editor.h"
 
 namespace {
 
@@ -42,7 +42,7 @@ TEST(Faults, AFileThatCannotBeReadStopsTheStartAndSaysWhy) {
     for (const auto &c : cases) {
         if (std::string(c.fault) == "unreadable" && geteuid() != 0) continue;  // nobody is only root's to become
         SCOPED_TRACE(std::string(c.file) + ", " + c.fault);
-        EditorSession editor;
+        Editor editor;
         const std::string path = editor.dir.path(c.file), fault = c.fault;
         std::remove(path.c_str());
         if (fault == "directory") mkdir(path.c_str(), 0755);
@@ -72,8 +72,8 @@ TEST(Faults, AFileThatCannotBeReadStopsTheStartAndSaysWhy) {
         ASSERT_TRUE(editor.open(false));
         EXPECT_TRUE(editor.ended_with(c.status)) << editor.screen();
         EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(1));
-        EXPECT_NE(editor.output().find(c.status == 2 ? cannot : no_texts), std::string::npos) << editor.output();
-        EXPECT_NE(editor.output().find("corvane: " + path + ": " + c.why + "\r\n"), std::string::npos) << editor.output();
+        EXPECT_NE(editor.output.find(c.status == 2 ? cannot : no_texts), std::string::npos) << editor.output;
+        EXPECT_NE(editor.output.find("corvane: " + path + ": " + c.why + "\r\n"), std::string::npos) << editor.output;
         EXPECT_EQ(files(), before) << "no file changed";
     }
 }
@@ -84,14 +84,14 @@ TEST(Faults, NoSignalLeavesTheTerminalRaw) {
     std::mt19937 random(20261123);
     for (int round = 0; round < 200; ++round) {
         SCOPED_TRACE(round);
-        EditorSession editor;
+        Editor editor;
         ASSERT_TRUE(editor.open());
         editor.send("\r");  // System parameters
         ASSERT_TRUE(editor.wait_until([&] { return editor.marker_row() == 6; }));
         // Into the name's entry, or out of it with a line typed.
         if (round % 2) {
             editor.send("\r");
-            ASSERT_TRUE(editor.wait_for_text("New value"));
+            ASSERT_TRUE(editor.wait_until([&] { return editor.screen().find("New value") != std::string::npos; }));
         }
         editor.send(round % 2 ? "x\r" : "\r");
         usleep(std::uniform_int_distribution<unsigned>(0, 15000)(random));
@@ -126,18 +126,18 @@ TEST(Faults, OddContentsNeverBreakTheStart) {
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(std::string(c.file) + ", " + c.what);
-        EditorSession editor;
+        Editor editor;
         editor.dir.write(c.file, c.contents);
         ASSERT_TRUE(editor.open(false));
         if (!c.shown) {
             EXPECT_TRUE(editor.ended_with(5)) << editor.screen();
             continue;
         }
-        ASSERT_TRUE(editor.wait_for_text(c.shown, 10000)) << editor.screen();
+        ASSERT_TRUE(editor.wait_until([&] { return editor.screen().find(c.shown) != std::string::npos; }, 10000)) << editor.screen();
         editor.hangup();
         ASSERT_TRUE(editor.wait_exit());
-        EXPECT_FALSE(WIFSIGNALED(editor.wait_status()) && WTERMSIG(editor.wait_status()) != SIGHUP)
-            << "status " << editor.wait_status();
+        EXPECT_FALSE(WIFSIGNALED(editor.status) && WTERMSIG(editor.status) != SIGHUP)
+            << "status " << editor.status;
     }
 }
 

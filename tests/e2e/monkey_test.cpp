@@ -24,7 +24,7 @@
 #include "config/ini_writer.h"
 #include "config/record.h"
 #include "console/globals.h"
-#include "support/editor_session.h"
+#include "support/editor.h"
 
 namespace {
 
@@ -69,7 +69,7 @@ std::string next_key(std::mt19937 &random) {
 }
 
 // The titles of the framed blocks on the screen.
-void note_screens(const PtySession &session, std::set<std::string> &screens) {
+void note_screens(const Editor &session, std::set<std::string> &screens) {
     static const std::regex kTitle(R"(^\*\*\*\* +(\S.*\S|\S) +\*\*\*\*$)");
     for (int row = 0; row < 40; ++row) {
         std::smatch match;
@@ -79,7 +79,7 @@ void note_screens(const PtySession &session, std::set<std::string> &screens) {
 }
 
 // The files a save wrote, loaded and saved again elsewhere, must not change.
-void expect_saved_files_stable(EditorSession &editor, ScratchDir &again) {
+void expect_saved_files_stable(Editor &editor, ScratchDir &again) {
     std::string kept = ProgramDir;
     std::snprintf(ProgramDir, kProgramDirSize, "%s", editor.dir.path().c_str());
     actual_section = 255;
@@ -111,13 +111,13 @@ void monkey(const std::string &korvel_dir, unsigned long seed, unsigned long sec
     chmod(tools.path("vi").c_str(), 0755);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
 
-    auto editor = std::make_unique<EditorSession>(korvel_dir);
+    auto editor = std::make_unique<Editor>(korvel_dir);
     for (;;) {
         editor->environment = {"PATH=" + tools.path() + ":" + std::getenv("PATH"), "TZ=UTC"};
         editor->cwd = work.path();
         ASSERT_TRUE(editor->open()) << editor->screen();
         ++figures.sessions;
-        while (!editor->exited() && std::chrono::steady_clock::now() < deadline) {
+        while (!editor->exited && std::chrono::steady_clock::now() < deadline) {
             // The save question is answered with a word, and the model code
             // question (asked until a valid code comes) often with one.
             const std::string prompt = editor->row(editor->cursor_row());
@@ -127,31 +127,31 @@ void monkey(const std::string &korvel_dir, unsigned long seed, unsigned long sec
             } else if (editor->screen().find("      Model code:") != std::string::npos && random() % 2) {
                 key = "MERID32001RU0001\r";
             }
-            size_t answered = editor->output().size();
+            size_t answered = editor->output.size();
             editor->send(key);
             ++figures.keys;
             // The key reaches the terminal a moment after it is written: wait
             // until it is seen waiting or answered, then until it is read. A
             // slow reader (one line per two-second pause) is no hang; one
             // that reads nothing for longer than its longest pause is.
-            editor->wait_until([&] { return editor->unread_input() > 0 || editor->output().size() > answered; }, 20);
-            for (int unread = editor->unread_input(); unread > 0 && !editor->exited(); unread = editor->unread_input()) {
-                ASSERT_TRUE(editor->wait_until([&] { return editor->exited() || editor->unread_input() < unread; }, 6000))
+            editor->wait_until([&] { return editor->unread_input() > 0 || editor->output.size() > answered; }, 20);
+            for (int unread = editor->unread_input(); unread > 0 && !editor->exited; unread = editor->unread_input()) {
+                ASSERT_TRUE(editor->wait_until([&] { return editor->exited || editor->unread_input() < unread; }, 6000))
                     << "the editor stopped reading keys after " << figures.keys << " (seed " << seed << "), "
                     << unread << " bytes unread\n"
                     << editor->screen();
             }
             if (figures.keys % 4 == 0) note_screens(*editor, figures.screens);
         }
-        if (!editor->exited()) {
+        if (!editor->exited) {
             editor->hangup();
             ASSERT_TRUE(editor->wait_exit(5000)) << "still running after the terminal was closed";
             expect_only_korvel_files(editor->dir, work);
             return;
         }
         editor->wait_exit(5000);
-        const std::string &output = editor->output();
-        int status = editor->wait_status();
+        const std::string &output = editor->output;
+        int status = editor->status;
         ASSERT_TRUE(WIFEXITED(status) && (WEXITSTATUS(status) == 0 || WEXITSTATUS(status) == 1))
             << "ended with status " << status << " (seed " << seed << ")\n"
             << output.substr(output.size() > 4000 ? output.size() - 4000 : 0);
@@ -162,7 +162,7 @@ void monkey(const std::string &korvel_dir, unsigned long seed, unsigned long sec
         }
         if (std::chrono::steady_clock::now() >= deadline) return;
         // The editor starts again on what it left.
-        editor = std::make_unique<EditorSession>(editor->dir.path());
+        editor = std::make_unique<Editor>(editor->dir.path());
     }
 }
 

@@ -12,7 +12,7 @@
 #include "app/startup.h"
 #include "fuzz/checks.h"
 #include "screens/screens.h"
-#include "support/scratch_dir.h"
+#include "support/fixtures.h"
 
 namespace {
 

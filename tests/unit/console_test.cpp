@@ -12,8 +12,7 @@
 #include "console/input.h"
 #include "console/lang.h"
 #include "console/terminal.h"
-#include "support/console_capture.h"
-#include "support/scratch_dir.h"
+#include "support/fixtures.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include "schedule/calendar.h"
 #include "schedule/codec.h"
 #include "schedule/evaluator.h"
-#include "support/zone.h"
+#include "support/fixtures.h"
 
 namespace {
 

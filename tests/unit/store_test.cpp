@@ -22,8 +22,7 @@
 #include "config/replace_file.h"
 #include "console/globals.h"
 #include "schedule/codec.h"
-#include "support/console_capture.h"
-#include "support/scratch_dir.h"
+#include "support/fixtures.h"
 
 namespace {
 
