@@ -75,33 +75,38 @@ std::vector<Scenario> load_scenarios() {
         closedir(listing);
     }
     std::sort(names.begin(), names.end());
+    // "define NAME" ... "end" in any file names steps that "do NAME" repeats.
+    std::vector<Step> lines;
+    std::map<std::string, std::vector<Step>> defined;
     for (const std::string &name : names) {
         std::ifstream in(CORVANE_SCENARIOS + name);
-        std::map<std::string, std::vector<Step>> defined;  // "define NAME" ... "end", repeated by "do NAME"
         std::vector<Step> *defining = nullptr;
         std::string text;
         for (int number = 1; std::getline(in, text); ++number) {
             Step step{name, number, {}};
             if (!split(text, step.words)) step.words = {"unclosed-quote"};
             if (step.words.empty()) continue;
-            const std::string &verb = step.words[0];
-            bool one = step.words.size() == 2;
-            if (verb == "define" && one) {
+            if (step.words[0] == "define" && step.words.size() == 2) {
                 defining = &defined[step.words[1]];
-            } else if (verb == "end" && defining) {
+            } else if (step.words[0] == "end" && defining) {
                 defining = nullptr;
-            } else if (defining) {
-                defining->push_back(step);
-            } else if (verb == "scenario" && one) {
-                size_t dot = step.words[1].find('.');
-                all.push_back({name, step.words[1].substr(0, dot), step.words[1].substr(dot + 1), {}});
-            } else if (all.empty()) {
-                all.push_back({name, "Unnamed", name, {{name, number, {"step-before-scenario"}}}});
-            } else if (verb == "do" && one && defined.count(step.words[1])) {
-                for (const Step &done : defined[step.words[1]]) all.back().steps.push_back(done);
             } else {
-                all.back().steps.push_back(step);
+                (defining ? *defining : lines).push_back(step);
             }
+        }
+    }
+    for (const Step &step : lines) {
+        const std::string &verb = step.words[0];
+        bool one = step.words.size() == 2;
+        if (verb == "scenario" && one) {
+            size_t dot = step.words[1].find('.');
+            all.push_back({step.file, step.words[1].substr(0, dot), step.words[1].substr(dot + 1), {}});
+        } else if (all.empty() || all.back().file != step.file) {
+            all.push_back({step.file, "Unnamed", step.file, {{step.file, step.line, {"step-before-scenario"}}}});
+        } else if (verb == "do" && one && defined.count(step.words[1])) {
+            for (const Step &done : defined[step.words[1]]) all.back().steps.push_back(done);
+        } else {
+            all.back().steps.push_back(step);
         }
     }
     return all;

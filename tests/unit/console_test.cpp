@@ -303,16 +303,6 @@ TEST(Language, TheChoiceListsTheFilesUpToAGap) {
     EXPECT_THROW(choice_language(&master, &working), ConsoleCapture::InputExhausted) << "nothing to choose";
     EXPECT_NE(console.take_output().find("[1-0]"), std::string::npos);
     FreeText();
-    EXPECT_EXIT(
-        {
-            dir.write("lang_00.ini", "English\n(no section)\n");
-            AllocText();
-            ConsoleCapture quiet;
-            quiet.type("1\n");
-            ConsoleOut = stdout;
-            choice_language(&master, &working);
-        },
-        ::testing::ExitedWithCode(5), "");
 }
 
 // Every text the editor uses is worded, within a frame's width; the rest
