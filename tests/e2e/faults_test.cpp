@@ -31,12 +31,9 @@ TEST(Faults, AFileThatCannotBeReadStopsTheStartAndSaysWhy) {
         int status;
     } cases[] = {
         {"korvel.ini", "missing", "No such file or directory", 2}, {"korvel.ini", "directory", "Is a directory", 2},
-        {"korvel.ini", "fifo", "not a regular file", 2},           {"korvel.ini", "device", "not a regular file", 2},
-        {"korvel.ini", "unreadable", "Permission denied", 2},      {"jobs.ini", "directory", "Is a directory", 2},
-        {"jobs.ini", "fifo", "not a regular file", 2},             {"jobs.ini", "device", "not a regular file", 2},
-        {"jobs.ini", "unreadable", "Permission denied", 2},        {"group_03.ini", "fifo", "not a regular file", 2},
-        {"lang_00.ini", "missing", "No such file or directory", 5}, {"lang_00.ini", "directory", "Is a directory", 5},
-        {"lang_00.ini", "fifo", "not a regular file", 5},          {"lang_00.ini", "device", "not a regular file", 5},
+        {"korvel.ini", "fifo", "not a regular file", 2},           {"korvel.ini", "unreadable", "Permission denied", 2},
+        {"jobs.ini", "device", "not a regular file", 2},           {"group_03.ini", "fifo", "not a regular file", 2},
+        {"lang_00.ini", "missing", "No such file or directory", 5}, {"lang_00.ini", "device", "not a regular file", 5},
         {"lang_00.ini", "unreadable", "Permission denied", 5},     {"lang_00.ini", "empty", "no [Corvane] section", 5},
     };
     for (const auto &c : cases) {

@@ -322,7 +322,6 @@ private:
             return check(cell.colour == number(3) && cell.bold == (w[4] == "bold"),
                          "\"" + cell.text + "\" in colour " + std::to_string(cell.colour) + (cell.bold ? " bold" : ""));
         }
-        if (verb == "cursor" && n == 1) return check(e.cursor_visible == (w[1] == "shown"), "the cursor is not " + w[1]);
         if (verb == "frame-is" && n == 1) {
             // Every byte written so far, against a golden file.
             return check(e.output == read_file(CORVANE_TEST_DATA + w[1]), "the bytes differ from " + w[1]);
@@ -350,12 +349,6 @@ private:
                 if (e.dir.exists(w[i]) != (verb == "exists")) return w[i] + (verb == "exists" ? " is missing" : " exists");
             }
             return "";
-        }
-        if (verb == "count" && n == 3) {
-            std::string text = file_text(w[1]);
-            int count = 0;
-            for (size_t at = text.find(w[2]); at != std::string::npos; at = text.find(w[2], at + 1)) ++count;
-            return check(count == number(3), std::to_string(count) + " times");
         }
         if (verb == "size" && n == 2) {
             struct stat state;

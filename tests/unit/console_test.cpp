@@ -45,8 +45,6 @@ TEST(Terminal, DrawingIsByteExact) {
     const struct {
         std::string title, expected;
     } titles[] = {{"", kSide},
-                  {"abc", "\n\r****" + std::string(29, ' ') + "abc" + std::string(30, ' ') + "****"},
-                  {"Jobs", "\n\r****" + std::string(29, ' ') + "Jobs" + std::string(29, ' ') + "****"},
                   {std::string(62, 'x'), "\n\r****" + std::string(62, 'x') + "****"},
                   {std::string(70, 'T'), "\n\r****" + std::string(70, 'T') + "****"}};
     for (const auto &t : titles) {
@@ -280,28 +278,6 @@ TEST(Language, LoadingRules) {
     EXPECT_STREQ(sys_mess[19], "H99");
     EXPECT_STREQ(LM[0], "H1   [ Version 5.3.0 ]");
     EXPECT_STREQ(LM[49], "H50");
-    FreeText();
-}
-
-TEST(Language, TheChoiceListsTheFilesUpToAGap) {
-    ScratchDir dir;
-    ASSERT_EQ(AllocText(), 0);
-    dir.write("lang_00.ini", "English\n[Corvane]\n" + texts(0, 400, "E"));
-    dir.write("lang_01.ini", "Deutsch\r\n[Corvane]\n" + texts(0, 400, "D"));
-    dir.write("lang_02.ini", "A name far longer than thirty characters\n[Corvane]\n");
-    dir.write("lang_04.ini", "Hidden behind the gap\n[Corvane]\n");
-    ConsoleCapture console;
-    console.type("7\n3\n");
-    unsigned char master = 0, working = 1;
-    EXPECT_EQ(choice_language(&master, &working), 0);
-    EXPECT_EQ(master, 2);
-    EXPECT_STREQ(LangText[0], "D0") << "texts come from the working record's language";
-    EXPECT_EQ(visible(console.take_output()), visible("\n\r    1. English\n\r    2. Deutsch\r\n\r    3. A name far longer "
-                                                      "than thirty \n\r [1-3] : \a\nText 333\n\n\r [1-3] : "));
-    for (const char *name : {"lang_00.ini", "lang_01.ini", "lang_02.ini"}) std::remove(dir.path(name).c_str());
-    console.type("1\n0\n");
-    EXPECT_THROW(choice_language(&master, &working), ConsoleCapture::InputExhausted) << "nothing to choose";
-    EXPECT_NE(console.take_output().find("[1-0]"), std::string::npos);
     FreeText();
 }
 

@@ -64,21 +64,6 @@ TEST(Calendar, DatesAndTimesInTwoZones) {
     ScheduleNow = saved;
 }
 
-TEST(Calendar, TotalSecondsCountFromNineteenSeventy) {
-    ZoneSetting zone("UTC");
-    const struct {
-        int year, month, day, hour, second;
-        int64_t expected;
-    } cases[] = {
-        {139, 0, 0, 0, 0, -1}, {69, 11, 30, 23, 0, -1}, {70, 0, 0, 0, 0, -1}, {70, 0, 0, 0, 1, 1},
-        {112, 1, 28, 10, 0, utc(2012, 2, 29, 10, 0)}, {113, 1, 28, 10, 0, utc(2013, 3, 1, 10, 0)},
-        {112, 0, 0, 0, 86400 * 31, utc(2012, 2, 1, 0, 0)}, {137, 12, 0, 0, 0, utc(2038, 1, 1, 0, 0)},
-    };
-    for (const auto &c : cases) {
-        EXPECT_EQ(totalsec(c.year, c.month, c.day, c.hour, 0, c.second), c.expected) << c.year << "/" << c.month;
-    }
-}
-
 TEST(ScheduleText, DecodedAndEncoded) {
     std::memset(&INI, 0, sizeof INI);
     const char *texts[] = {"50A1B2C30001020305", "50a1b2c30001020305", "50A1"};

@@ -68,6 +68,7 @@ TEST_F(Reader, WhatEachLineSetsInTheRecord) {
     const std::string long_line = "[System]\nContact=" + std::string(290, 'a') + "Location=Hall\nLanguage=3\n";
     const std::string past_arrays = "[Serial_01]\nDevice=\"ABCD\"\n[Schedule_16]\nData=\"Overlaid\"\n[UPS_16]\nName=\"Y\"\n"
                                     "[UPS_31]\nSNMPSetComm=\"far\"\n";
+    const std::string group = "[Common]\nName=\"Servers\"\n[UPS]\nUPS_07=16\n[Event_00]\nType1=300\nLogDelay=600\n[Event_63]\nType2=7\n";
     std::string jobs = "[Job_00]\nLog=257\nLogDelay=300\nExecuteInterval=70000\n";
     for (int j = 0; j < 8; ++j) jobs += "[Job_0" + std::to_string(j) + "]\nShutdown=1\n";
     const struct {
@@ -121,7 +122,13 @@ TEST_F(Reader, WhatEachLineSetsInTheRecord) {
         {kJobsIni, jobs, AT(Job[7].Shutdown), "0", ""},
         {kJobsStsIni, "[Job_06]\nShutdown=1\nLog=1\n", AT(JobSTS[6].Shutdown), "0", "never in the job-status file"},
         {kJobsStsIni, "[Job_06]\nShutdown=1\nLog=1\n", AT(JobSTS[6].Log), "1", ""},
+        {kGroupIni, group, AT(Group[0].Name), "Servers", ""},
+        {kGroupIni, group, AT(Group[0].UPS[7]), "16", ""},
+        {kGroupIni, group, AT(Group[0].Event[0].Type[0]), "44", "conditions keep 8 bits"},
+        {kGroupIni, group, AT(Group[0].Event[0].Job.LogDelay), "600", ""},
+        {kGroupIni, group, AT(Group[0].Event[63].Type[1]), "7", ""},
     };
+    g_index = 0;
     const char *names[] = {"korvel.ini", "jobs.ini", "group_00.ini", "sensor.ini", "jobsSTS.ini"};
     for (const auto &c : cases) {
         std::memset(&INI, 0, sizeof INI);
@@ -145,24 +152,6 @@ TEST_F(Reader, WhatEachLineSetsInTheRecord) {
     FillVar(kIniFiles, 0, 0);
     FillVar(kJobsIni, 30, 0);
     EXPECT_EQ(+INI.Job[29].Log, 0);
-}
-
-TEST_F(Reader, GroupFiles) {
-    g_index = 4;
-    read(kGroupIni, "group_04.ini",
-         "[Common]\nName=\"Servers\"\nRedundancyLevel=2\n[UPS]\nUPS_03=5\nUPS_07=16\n"
-         "[Event_00]\nType1=300\nPriority1=104\nLogDelay=600\nMessage=\"Rule\"\n[Event_63]\nType2=7\n");
-    const GroupEntry &group = INI.Group[4];
-    EXPECT_EQ(TEXT_OF(group.Name), "Servers");
-    EXPECT_EQ(+group.RedundancyLevel, 2);
-    EXPECT_EQ(+group.UPS[3], 5);
-    EXPECT_EQ(+group.UPS[7], 16);
-    EXPECT_EQ(+group.Event[0].Type[0], 300 & 0xFF) << "conditions keep 8 bits";
-    EXPECT_EQ(+group.Event[0].Priority[0], 104);
-    EXPECT_EQ(+group.Event[0].Job.LogDelay, 600);
-    EXPECT_EQ(TEXT_OF(group.Event[0].Job.Message), "Rule");
-    EXPECT_EQ(+group.Event[63].Type[1], 7);
-    EXPECT_EQ(+INI.Group[3].Name[0], 0);
 }
 
 TEST_F(Reader, TheCurrentSectionCarriesIntoTheNextFile) {
