@@ -12,6 +12,7 @@ JOBS       ?= $(shell nproc)
 all: build
 
 build:
+	tools/install-deps build
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo
 	cmake --build $(BUILD) -j$(JOBS)
 

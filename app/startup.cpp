@@ -57,12 +57,7 @@ static const char *program_name = "corvane";
 [[noreturn]] static void end_start(const char *message, int status) {
     con_printf("\n\r%s\n", message);
     console_flush();
-    if (UnreadableError) {
-        const char *why = UnreadableError == kNotRegular  ? "not a regular file"
-                          : UnreadableError == kNoSection ? "no [Corvane] section"
-                                                          : std::strerror(UnreadableError);
-        std::fprintf(stderr, "%s: %s: %s\n", program_name, UnreadablePath, why);
-    }
+    if (UnreadableError) std::fprintf(stderr, "%s: %s: %s\n", program_name, UnreadablePath, UnreadableReason());
     FreeText();
     console_exit(status);
 }

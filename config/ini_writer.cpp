@@ -58,6 +58,8 @@ static void write_section(ReplaceFile &out, const char *header, const KeySet &ke
     replace_printf(out, "\n");
 }
 
+bool (*SaveWanted)(const char *name, const char *bytes, size_t size) = nullptr;
+
 // While SaveINI runs, the files staged so far, committed together at its end.
 static ReplaceFile staged[kWatchedFiles];
 static int staged_count = -1;  // -1: no SaveINI running, each file is committed at once
@@ -92,6 +94,10 @@ int write_ini_file(IniFile file, const char *name, const unsigned char *base,
             write_section(out, header, keys, kind, entry);
             ++written;
         }
+    }
+    if (SaveWanted && !out.error && std::fflush(out.stream) == 0 && !SaveWanted(name, out.bytes, out.size)) {
+        replace_discard(out);
+        return 0;
     }
     if (int error = replace_stage(out)) return error;
     if (&out == &single) return replace_commit(out);  // staged just above

@@ -5,6 +5,8 @@
 // empty line. Each file is replaced whole or not at all.
 #pragma once
 
+#include <cstddef>
+
 #include "config/fields.h"
 
 // Encodes the schedules and writes every file: korvel.ini, jobs.ini,
@@ -16,6 +18,11 @@
 // returns.
 int SaveINI();
 extern char SavedFiles[256], UnsavedFiles[256];
+
+// Asked, once a file's new text is complete, whether the save is to write
+// it. Null, the editor's way, writes every file; corvanectl writes only the
+// files whose text changes.
+extern bool (*SaveWanted)(const char *name, const char *bytes, size_t size);
 
 // Each writes its file from INI and returns 0 or the error number.
 int SaveKorvelINI();

@@ -1,6 +1,7 @@
 #include "console/globals.h"
 
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -38,4 +39,10 @@ void note_unreadable(const char *path, int error) {
     if (UnreadableError) return;
     std::snprintf(UnreadablePath, sizeof UnreadablePath, "%s", path);
     UnreadableError = error;
+}
+
+const char *UnreadableReason() {
+    return UnreadableError == kNotRegular  ? "not a regular file"
+           : UnreadableError == kNoSection ? "no [Corvane] section"
+                                           : std::strerror(UnreadableError);
 }

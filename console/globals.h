@@ -26,5 +26,7 @@ FILE *open_regular(const char *path, int *error);
 // kNotRegular or kNoSection); for the message on standard error.
 extern char UnreadablePath[kProgramDirSize + 32];
 extern int UnreadableError;
+// Why, in words: "not a regular file", "no [Corvane] section" or strerror's.
+const char *UnreadableReason();
 // Notes a file that exists but cannot be read, unless one is noted already.
 void note_unreadable(const char *path, int error);

@@ -209,19 +209,23 @@ int scan_schedules(int64_t &start, int64_t end, const ConfigRecord &record, Firi
     return count;
 }
 
-static void print_firing(const Firing &firing, void *) {
-    const ScheduleEntry &entry = INI1.Schedule[firing.index];
+void format_firing(const Firing &firing, const ConfigRecord &record, char *line, size_t size) {
+    const ScheduleEntry &entry = record.Schedule[firing.index];
     const char *name = "?";
-    char ups[sizeof INI1.UPS[0].Name + 1] = "";
-    if (entry.UpsIndex < kUpsEntries && INI1.UPS[entry.UpsIndex].Name[0]) {
-        std::snprintf(ups, sizeof ups, "%.*s", static_cast<int>(sizeof INI1.UPS[0].Name), INI1.UPS[entry.UpsIndex].Name);
+    char ups[sizeof record.UPS[0].Name + 1] = "";
+    if (entry.UpsIndex < kUpsEntries && record.UPS[entry.UpsIndex].Name[0]) {
+        std::snprintf(ups, sizeof ups, "%.*s", static_cast<int>(sizeof record.UPS[0].Name), record.UPS[entry.UpsIndex].Name);
         name = ups;
     }
-    char line[160];
-    std::snprintf(line, sizeof line, "%02u.%02u.%04u %02u:%02u %s", firing.when.tm_mday, firing.when.tm_mon + 1,
+    std::snprintf(line, size, "%02u.%02u.%04u %02u:%02u %s", firing.when.tm_mday, firing.when.tm_mon + 1,
                   firing.when.tm_year + 1900, firing.when.tm_hour, firing.when.tm_min, name);
     dopln(line, 40, " ");
-    std::strncat(line, schedule_action_label(entry.Action), sizeof line - std::strlen(line) - 1);
+    std::strncat(line, schedule_action_label(entry.Action), size - std::strlen(line) - 1);
+}
+
+static void print_firing(const Firing &firing, void *) {
+    char line[160];
+    format_firing(firing, INI1, line, sizeof line);
     con_printf("\n\r%s", line);
 }
 

@@ -2,6 +2,7 @@
 // of the coming 100 days.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 
@@ -31,6 +32,9 @@ using FiringSink = void (*)(const Firing &firing, void *context);
 int scan_literally(int64_t &start, int64_t end, const ConfigRecord &record, FiringSink sink, void *context);
 int scan_schedules(int64_t &start, int64_t end, const ConfigRecord &record, FiringSink sink, void *context);
 
+// One line of the view: the local date and time, the UPS's name ("?" for an
+// entry not in use) padded to 40 columns, and the action's label.
+void format_firing(const Firing &firing, const ConfigRecord &record, char *line, size_t size);
 // The label of a schedule action (text 278 for an unknown one).
 const char *schedule_action_label(unsigned action);
 

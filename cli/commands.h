@@ -1,0 +1,20 @@
+// corvanectl's commands. Each runs on the directory loaded by
+// load_directory and returns the process's exit status.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+int run_get(const std::vector<std::string> &keys);
+int run_dump(bool json);
+int run_next(int days);
+
+// A change asked for: the key as named, and the new value as text.
+using Change = std::pair<std::string, std::string>;
+// Checks every change before any is made; then, unless `dry_run`, writes the
+// files whose text changes. Prints one line per key whose value changes.
+int run_changes(const std::vector<Change> &changes, bool dry_run);
+int run_set(const std::vector<std::string> &assignments, bool dry_run);
+// `source` is a file name, or "-" for standard input.
+int run_apply(const std::string &source, bool dry_run);

@@ -1,0 +1,65 @@
+// get, set, and the checked change that set and apply share.
+#include <cstdio>
+
+#include "cli/commands.h"
+#include "cli/keys.h"
+#include "cli/store.h"
+#include "config/record.h"
+
+int run_get(const std::vector<std::string> &keys) {
+    std::vector<std::string> values;
+    for (const std::string &name : keys) {
+        KeyRef key;
+        std::string why = resolve_key(name, key);
+        if (why.empty() && !entry_in_use(key)) why = "no such section: its entry is not in use";
+        if (!why.empty()) return complain(name + ": " + why), kRefused;
+        values.push_back(key_value(key));
+    }
+    for (const std::string &value : values) std::printf("%s\n", value.c_str());
+    return kDone;
+}
+
+int run_set(const std::vector<std::string> &assignments, bool dry_run) {
+    std::vector<Change> changes;
+    for (const std::string &assignment : assignments) {
+        size_t equals = assignment.find('=');
+        if (equals == std::string::npos) return complain(assignment + ": not KEY=VALUE"), kRefused;
+        changes.emplace_back(assignment.substr(0, equals), assignment.substr(equals + 1));
+    }
+    return run_changes(changes, dry_run);
+}
+
+int run_changes(const std::vector<Change> &changes, bool dry_run) {
+    std::vector<std::string> lines;
+    for (const Change &change : changes) {
+        KeyRef key;
+        std::string why = resolve_key(change.first, key);
+        if (why.empty() && !entry_in_use(key) && !key.first) {
+            why = "its entry is not in use: set " + std::string(key_set(key.file, key.kind->key_set).fields[0].key) +
+                  (key.group >= 0 ? " of the group's [Common] Name" : "") + " first";
+        }
+        if (key.group >= 0 && !INI.Group[key.group].Name[0] && !(key.kind->name == std::string("Common") && key.first)) {
+            why = "the group is not in use: set its Common.Name first";
+        }
+        if (!why.empty()) return complain(change.first + ": " + why), kRefused;
+        std::string allowed = check_value(key, change.second);
+        if (!allowed.empty()) return complain(change.first + "=" + change.second + ": allowed: " + allowed), kRefused;
+        std::string old = key_value(key);
+        if (old == change.second) continue;
+        store_value(key, change.second);
+        lines.push_back(key.name + ": " + old + " -> " + change.second);
+    }
+    // Rules between fields, as the screens keep them.
+    bool bounds_changed = INI.System.DataLogMin != INI1.System.DataLogMin || INI.System.DataLogMax != INI1.System.DataLogMax;
+    if (bounds_changed && INI.System.DataLogMin >= INI.System.DataLogMax) {
+        return complain("System.DataLogMin=" + std::to_string(INI.System.DataLogMin) + ": allowed: below System.DataLogMax (" +
+                        std::to_string(INI.System.DataLogMax) + ")"),
+               kRefused;
+    }
+    std::vector<std::string> written;
+    if (!dry_run && !lines.empty()) {
+        if (int status = save_changes(written)) return status;
+    }
+    for (const std::string &line : lines) std::printf("%s\n", line.c_str());
+    return kDone;
+}

@@ -1,0 +1,200 @@
+#include "cli/keys.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "app/model_code.h"
+#include "config/record.h"
+
+namespace {
+
+// The values a screen accepts for a field, where they are narrower than the
+// field itself. A kind's name with the key; `allowed` lists single values.
+struct Limit {
+    const char *section, *key;
+    unsigned low, high;
+    const char *allowed;
+};
+const Limit kLimits[] = {
+    {"System", "Language", 0, 9, nullptr},          {"System", "EventLog", 0, 1, nullptr},
+    {"System", "DataLog", 0, 1, nullptr},           {"System", "DataLogRate", 1, 1000, nullptr},
+    {"System", "DataLogMin", 1, 30000, nullptr},    {"System", "DataLogMax", 1, 30000, nullptr},
+    {"System", "EnabledGroups", 0, 1, nullptr},     {"System", "DeviceActions", 0, 1, nullptr},
+    {"System", "LostCommRaiseAlarm", 0, 1, nullptr}, {"System", "DisableShutdownForSingleUPS", 0, 1, nullptr},
+    {"System", "DisableJobs", 0, 1, nullptr},       {"System", "IgnoreRemoteUPSCommands", 0, 1, nullptr},
+    {"Network", "CheckRate", 1, 255, nullptr},      {"Network", "Port", 1000, 65535, nullptr},
+    {"Network", "Server", 0, 1, nullptr},           {"Network", "HTTP", 0, 1, nullptr},
+    {"ModemConfig", "Allowed", 0, 1, nullptr},      {"ModemConfig", "IncommingAllowed", 0, 1, nullptr},
+    {"ModemConfig", "Repeat", 0, 99, nullptr},      {"ModemConfig", "Delay", 0, 99, nullptr},
+    {"SMSConfig", "Allowed", 0, 1, nullptr},        {"SMSConfig", "Type", 0, 1, nullptr},
+    {"WapConfig", "Allowed", 0, 1, nullptr},        {"UPS_", "Connection", 0, 5, "0, 2, 3, 5"},
+    {"UPS_", "Device", 1, 65535, nullptr},          {"UPS_", "UPSShutdown", 0, 1, nullptr},
+    {"Common", "AllowedBatteryShutdown", 0, 1, nullptr}, {"Common", "AllowedSystemShutdown", 0, 1, nullptr},
+    {"Common", "AllowedUPSShutdown", 0, 1, nullptr}, {"Common", "AllowedUPSReboot", 0, 1, nullptr},
+    {"UPS", "*", 0, kUpsEntries, nullptr},          {"Event_", "Type", 0, 255, nullptr},
+    {"Event_", "Priority", 0, 255, nullptr},        {"Job_", "*Delay", 0, 9999, nullptr},
+    {"Job_", "*Interval", 0, 9999, nullptr},        {"Event_", "*Delay", 0, 9999, nullptr},
+    {"Event_", "*Interval", 0, 9999, nullptr},
+};
+
+bool matches(const Limit &limit, const KeyRef &key) {
+    if (std::strcmp(limit.section, key.kind->name) != 0) return false;
+    std::string pattern = limit.key, name = key.field->key;
+    if (pattern == "*") return true;
+    if (pattern[0] == '*') return name.size() >= pattern.size() - 1 && name.compare(name.size() - pattern.size() + 1, std::string::npos, pattern, 1) == 0;
+    return name == pattern || (key.kind->name == std::string("Event_") && name.compare(0, pattern.size(), pattern) == 0 &&
+                               name.size() == pattern.size() + 1);
+}
+
+unsigned char *group_base(int group) { return reinterpret_cast<unsigned char *>(&INI.Group[group]); }
+unsigned char *record_base() { return reinterpret_cast<unsigned char *>(&INI); }
+
+unsigned number_at(const unsigned char *where, unsigned width) {
+    if (width == 1) return *where;
+    uint16_t value;
+    std::memcpy(&value, where, sizeof value);
+    return value;
+}
+
+bool first_in_use(const SectionKind &kind, const unsigned char *entry) {
+    const Field &first = key_set(kind.file, kind.key_set).fields[0];
+    return first.kind == FieldKind::Text ? entry[first.offset] != 0 : number_at(entry + first.offset, first.width) != 0;
+}
+
+// The record's index of the n-th entry in use among `count`, or of the first
+// free one when n is the number in use; -1 past that.
+template <typename InUse> int nth_in_use(int n, int count, InUse in_use) {
+    int seen = 0, free = -1;
+    for (int i = 0; i < count; ++i) {
+        if (!in_use(i)) {
+            if (free < 0) free = i;
+        } else if (seen++ == n) {
+            return i;
+        }
+    }
+    return n == seen ? free : -1;
+}
+
+bool two_digits(const std::string &text, size_t at, int &number) {
+    if (text.size() != at + 2 || !isdigit(static_cast<unsigned char>(text[at])) || !isdigit(static_cast<unsigned char>(text[at + 1]))) return false;
+    number = (text[at] - '0') * 10 + (text[at + 1] - '0');
+    return true;
+}
+
+}  // namespace
+
+std::string file_name(IniFile file, int group_number) {
+    static const char *const kNames[] = {"korvel.ini", "jobs.ini", nullptr, "sensor.ini", "jobsSTS.ini"};
+    if (file != kGroupIni) return kNames[file];
+    char name[16];
+    std::snprintf(name, sizeof name, "group_%02d.ini", group_number);
+    return name;
+}
+
+std::string section_name(const SectionKind &kind, int number) {
+    if (kind.slots == 1) return kind.name;
+    char name[kNameSize + 4];
+    std::snprintf(name, sizeof name, "%s%02d", kind.name, number);
+    return name;
+}
+
+std::string resolve_key(const std::string &text, KeyRef &key) {
+    key = KeyRef();
+    size_t colon = text.find(':');
+    std::string file = colon == std::string::npos ? "korvel.ini" : text.substr(0, colon);
+    std::string rest = colon == std::string::npos ? text : text.substr(colon + 1);
+    size_t dot = rest.rfind('.');
+    if (dot == std::string::npos) return "not FILE:SECTION.KEY";
+    std::string section = rest.substr(0, dot), name = rest.substr(dot + 1);
+    int number = 0;
+    if (file.compare(0, 6, "group_") == 0 && file.size() == 12 && file.compare(8, 4, ".ini") == 0 &&
+        two_digits(file.substr(0, 8), 6, number)) {
+        key.file = kGroupIni;
+        key.group = nth_in_use(number, kGroups, [](int g) { return INI.Group[g].Name[0] != 0; });
+        if (key.group < 0) return "no such group file: groups are numbered without gaps";
+    } else {
+        bool known = false;
+        for (IniFile f : {kKorvelIni, kJobsIni, kSensorIni, kJobsStsIni}) {
+            if (file == file_name(f, 0)) key.file = f, known = true;
+        }
+        if (!known) return "no such file: " + file;
+    }
+    for (int k = 0; k < kSectionKindCount && !key.kind; ++k) {
+        const SectionKind &kind = kSectionKinds[k];
+        if (kind.file != key.file) continue;
+        if (kind.slots == 1 && section == kind.name) {
+            key.kind = &kind;
+        } else if (kind.slots > 1 && section.compare(0, std::strlen(kind.name), kind.name) == 0 &&
+                   two_digits(section, std::strlen(kind.name), number)) {
+            key.kind = &kind;
+            unsigned char *base = (key.group >= 0 ? group_base(key.group) : record_base()) + kind.base;
+            key.entry = !kind.compact ? (number < kind.entries ? number : -1)
+                                      : nth_in_use(number, kind.entries, [&](int i) { return first_in_use(kind, base + i * kind.entry_size); });
+            if (key.entry < 0) return "no such section: " + section + (kind.compact ? " (entries are numbered without gaps)" : "");
+        }
+    }
+    if (!key.kind) return "no such section in " + file + ": " + section;
+    const KeySet &keys = key_set(key.file, key.kind->key_set);
+    for (int slot = 0; slot < keys.count; ++slot) {
+        if (name == keys.fields[slot].key) key.field = &keys.fields[slot], key.first = slot == 0;
+    }
+    if (!key.field) return "no such key in [" + section + "]: " + name;
+    key.where = (key.group >= 0 ? group_base(key.group) : record_base()) + key.kind->base +
+                static_cast<size_t>(key.entry) * key.kind->entry_size + key.field->offset;
+    key.name = (key.file == kKorvelIni ? "" : file + ":") + section + "." + name;
+    return "";
+}
+
+bool entry_in_use(const KeyRef &key) {
+    if (key.group >= 0 && !INI.Group[key.group].Name[0]) return false;
+    if (!key.kind->compact) return true;
+    return first_in_use(*key.kind, key.where - key.field->offset);
+}
+
+std::string key_value(const KeyRef &key) {
+    if (key.field->kind == FieldKind::Text) {
+        const char *text = reinterpret_cast<const char *>(key.where);
+        return std::string(text, strnlen(text, key.field->width));
+    }
+    return std::to_string(number_at(key.where, key.field->width));
+}
+
+std::string check_value(const KeyRef &key, const std::string &value) {
+    const Field &field = *key.field;
+    if (field.kind == FieldKind::Text) {
+        if (value.size() > field.width - 1u) return "a text of at most " + std::to_string(field.width - 1) + " characters";
+        for (unsigned char c : value) {
+            if (c == '"' || c < 0x20 || c == 0x7f) return "a text without double quotes or control characters";
+        }
+        bool model = (key.kind->name == std::string("System") && value.size() && std::strcmp(field.key, "KeyCode") == 0) ||
+                     (key.kind->name == std::string("UPS_") && std::strcmp(field.key, "Type") == 0);
+        if (model && !FindUpsModelTxt(value.c_str(), value.size())) return "a valid UPS model code";
+        return "";
+    }
+    unsigned low = 0, high = field.width == 1 || field.kind == FieldKind::Switch ? 255 : 65535;
+    const char *allowed = nullptr;
+    if (field.kind == FieldKind::Switch) high = 1;
+    for (const Limit &limit : kLimits) {
+        if (matches(limit, key)) low = limit.low, high = limit.high, allowed = limit.allowed;
+    }
+    std::string range = allowed ? std::string("one of ") + allowed : std::to_string(low) + ".." + std::to_string(high);
+    if (value.empty() || value.size() > 5 || value.find_first_not_of("0123456789") != std::string::npos) return range;
+    unsigned number = static_cast<unsigned>(std::stoul(value));
+    if (number < low || number > high) return range;
+    if (allowed && std::string(", ") .append(allowed).append(", ").find(", " + value + ", ") == std::string::npos) return range;
+    return "";
+}
+
+void store_value(const KeyRef &key, const std::string &value) {
+    if (key.field->kind == FieldKind::Text) {
+        std::memset(key.where, 0, key.field->width);
+        std::memcpy(key.where, value.data(), value.size());
+        return;
+    }
+    uint16_t number = static_cast<uint16_t>(std::stoul(value));
+    if (key.field->width == 1) {
+        *key.where = static_cast<unsigned char>(number);
+    } else {
+        std::memcpy(key.where, &number, sizeof number);
+    }
+}

@@ -1,0 +1,57 @@
+// corvanectl: Korvel's settings from scripts, through the editor's own
+// reader, rules and safe save.
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "app/startup.h"
+#include "cli/commands.h"
+#include "cli/store.h"
+
+#ifndef CORVANE_VERSION
+#define CORVANE_VERSION "5.3.0"
+#endif
+
+int main(int argc, char **argv) {
+    CLI::App app{"corvanectl: read, change and check the settings of a Korvel directory"};
+    app.set_version_flag("--version", "corvanectl " CORVANE_VERSION);
+    app.require_subcommand(1);
+    std::string directory;
+    app.add_option("-C", directory, "the Korvel directory (default: the one corvanectl is installed in)");
+
+    std::vector<std::string> keys, assignments;
+    std::string source;
+    bool dry_run = false, json = false;
+    int days = 100;
+    auto *get = app.add_subcommand("get", "print values, one per line");
+    get->add_option("KEY", keys, "[FILE:]SECTION.KEY")->required();
+    auto *set = app.add_subcommand("set", "change values, checked as the editor's screens check them");
+    set->add_option("KEY=VALUE", assignments)->required();
+    set->add_flag("--dry-run", dry_run, "print what would change, write nothing");
+    auto *dump = app.add_subcommand("dump", "print every setting a save writes");
+    dump->add_flag("--json", json, "as one JSON object: file, section, key, value");
+    auto *apply = app.add_subcommand("apply", "change the settings a JSON object of the dump's shape gives");
+    apply->add_option("FILE", source, "the JSON file, or - for standard input")->required();
+    apply->add_flag("--dry-run", dry_run, "print what would change, write nothing");
+    auto *next = app.add_subcommand("next", "print the coming scheduled actions");
+    next->add_option("--days", days, "how many days ahead (default 100)");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        int status = app.exit(error);
+        return status == 0 ? kDone : kRefused;
+    }
+
+    if (directory.empty()) {
+        // Beside the program, found the way the editor finds its own directory.
+        char where[4096];
+        if (!getprgdir(argv[0], where, sizeof where)) return complain(std::string(argv[0]) + ": path too long"), kCannotLoad;
+        directory = where;
+    }
+    bool writes = set->parsed() || apply->parsed();
+    if (int status = load_directory(directory, writes)) return status;
+    if (get->parsed()) return run_get(keys);
+    if (set->parsed()) return run_set(assignments, dry_run);
+    if (dump->parsed()) return run_dump(json);
+    if (apply->parsed()) return run_apply(source, dry_run);
+    return run_next(days);
+}

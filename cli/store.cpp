@@ -1,0 +1,79 @@
+#include "cli/store.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <memory>
+
+#include "config/ini_reader.h"
+#include "config/ini_writer.h"
+#include "config/record.h"
+#include "config/replace_file.h"
+#include "console/globals.h"
+#include "console/lang.h"
+#include "console/terminal.h"
+
+void complain(const std::string &message) { std::fprintf(stderr, "corvanectl: %s\n", message.c_str()); }
+
+int load_directory(const std::string &directory, bool lock) {
+    std::string dir = directory.empty() ? "./" : directory.back() == '/' ? directory : directory + "/";
+    if (dir.size() >= kProgramDirSize) return complain(directory + ": " + std::strerror(ENAMETOOLONG)), kCannotLoad;
+    std::snprintf(ProgramDir, kProgramDirSize, "%s", dir.c_str());
+    if (lock) {
+        int error = lock_directory(ProgramDir);
+        if (error == EWOULDBLOCK) return complain(directory + ": an editor holds this Korvel directory"), kLocked;
+        if (error) return complain(directory + ": " + std::strerror(error)), kCannotLoad;
+    }
+    // The reader's own traces are the editor's debugging aid, not ours.
+    ConsoleOut = std::fopen("/dev/null", "w");
+    int result = LoadINI();
+    if (result == 1) return complain(dir + "korvel.ini: " + std::strerror(ENOENT)), kCannotLoad;
+    if (result != 0) return complain(std::string(UnreadablePath) + ": " + UnreadableReason()), kCannotLoad;
+    return kDone;
+}
+
+namespace {
+
+std::map<std::string, std::string> before;  // each file's text as the record was read
+
+bool remember(const char *name, const char *bytes, size_t size) {
+    before[name].assign(bytes, size);
+    return false;
+}
+
+bool changed(const char *name, const char *bytes, size_t size) {
+    auto old = before.find(name);
+    return old == before.end() || old->second != std::string(bytes, size);
+}
+
+}  // namespace
+
+int save_changes(std::vector<std::string> &written) {
+    // The texts of the record as read, made the way a save makes them; then
+    // the save writes only the files whose text is not the same.
+    auto now = std::make_unique<ConfigRecord>(INI);
+    INI = INI1;
+    SaveWanted = remember;
+    SaveINI();
+    INI = *now;
+    SaveWanted = changed;
+    int error = SaveINI();
+    SaveWanted = nullptr;
+    for (const char *name = SavedFiles; *name;) {
+        size_t length = std::strcspn(name, " ");
+        written.emplace_back(name, length);
+        name += length + (name[length] == ' ');
+    }
+    if (error) {
+        complain(std::string("saving failed: ") + std::strerror(error) +
+                 (*SavedFiles ? std::string("; written: ") + SavedFiles + "; not written: " + UnsavedFiles : "; no file changed"));
+        return kRefused;
+    }
+    return kDone;
+}
+
+bool load_texts() {
+    if (AllocText() != 0) return false;
+    return LoadText(kCorvane, INI.System.Language) == 0 || LoadText(kCorvane, 0) == 0;
+}

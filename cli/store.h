@@ -1,0 +1,27 @@
+// corvanectl's way into a Korvel directory: the editor's reader, lock and
+// safe save, with its own exit statuses and messages on standard error.
+#pragma once
+
+#include <string>
+#include <vector>
+
+// Exit statuses, which scripts test.
+enum Status { kDone = 0, kRefused = 1, kCannotLoad = 2, kLocked = 3 };
+
+// Prints "corvanectl: <message>" on standard error.
+void complain(const std::string &message);
+
+// Loads every file of `directory` into the record (INI, and the copy as
+// read, INI1). kDone, or kCannotLoad with the reason said. With `lock`, the
+// directory is locked first, for as long as the process runs (kLocked when
+// an editor holds it).
+int load_directory(const std::string &directory, bool lock);
+
+// Writes the files whose text changes between the record as read and as it
+// is now, through the editor's two-phase save. kDone or kRefused with the
+// reason said; `written` gets the names of the files written.
+int save_changes(std::vector<std::string> &written);
+
+// The language texts (the record's language, else English), for what
+// corvanectl shows as the editor does. False when none can be read.
+bool load_texts();
