@@ -97,7 +97,7 @@ void expect_saved_files_stable(Editor &editor, ScratchDir &again) {
 // language and the editor. Anything else (a temporary left by a save, a
 // file written by a wrong path) is a fault.
 void expect_only_korvel_files(const ScratchDir &dir, const ScratchDir &work) {
-    static const std::regex kKorvel(R"((korvel|jobs|jobsSTS|sensor|group_0\d|lang_00)\.ini|corvane|html)");
+    static const std::regex kKorvel(R"((korvel|jobs|jobsSTS|sensor|group_0\d|lang_00)\.ini|corvane|corvanectl|html)");
     for (const std::string &name : dir.list()) EXPECT_TRUE(std::regex_match(name, kKorvel)) << "in the Korvel directory: " << name;
     static const std::regex kConfiguration(R"(.*\.ini)");
     for (const std::string &name : work.list()) EXPECT_FALSE(std::regex_match(name, kConfiguration)) << "in the working directory: " << name;

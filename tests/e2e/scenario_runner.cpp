@@ -252,7 +252,7 @@ private:
 
         // Starting and ending.
         if ((verb == "start" || verb == "launch") && n == 0) {
-            for (const std::string &name : e.dir.list()) started_[name] = file_text(name);
+            snapshot();
             return check(e.open(verb == "start"), "the editor did not start (to its main menu)");
         }
         if (verb == "exit" && n == 1) return check(e.ended_with(number(1)), "status " + std::to_string(e.status));
@@ -327,6 +327,26 @@ private:
             return check(e.output == read_file(CORVANE_TEST_DATA + w[1]), "the bytes differ from " + w[1]);
         }
 
+        // corvanectl, run beside the files as installed, to its end.
+        if (verb == "ctl" && n >= 1) {
+            if (started_.empty()) snapshot();
+            return run_ctl(number(1), std::vector<std::string>(w.begin() + 2, w.begin() + 1 + n));
+        }
+        if ((verb == "out" || verb == "err") && n >= 1) {
+            const std::string &text = verb == "out" ? ctl_out_ : ctl_err_;
+            for (size_t i = 1; i <= n; ++i) {
+                if (text.find(w[i]) == std::string::npos) return "\"" + w[i] + "\" not in\n" + text;
+            }
+            return "";
+        }
+        if (verb == "out-is" && n == 1) return check(ctl_out_ == w[1], "the output is\n" + ctl_out_);
+        if (verb == "keep" && n == 1) return e.dir.write(w[1], ctl_out_), "";
+        if (verb == "lines" && n == 1) {
+            long count = std::count(ctl_out_.begin(), ctl_out_.end(), '\n');
+            return check(count == number(1), std::to_string(count) + " lines:\n" + ctl_out_);
+        }
+        if (verb == "snapshot" && n == 0) return snapshot(), "";
+
         // Files. has, lacks and section take several texts; a section's are
         // whole lines of the section [NAME], from its header to the empty line.
         w.resize(n + 1);
@@ -361,18 +381,64 @@ private:
             return check(at != std::string::npos && bt != std::string::npos && a.substr(at) == b.substr(bt),
                          "they differ from " + w[3]);
         }
-        if (verb == "unchanged" && n == 1) return check(file_text(w[1]) == started_[w[1]], w[1] + " changed");
-        if (verb == "unchanged" && n == 0) {
+        // unchanged: the same bytes as at the start (or the snapshot);
+        // untouched: not even written again.
+        if ((verb == "unchanged" || verb == "untouched") && n <= 1) {
+            bool timed = verb == "untouched";
             std::map<std::string, std::string> now;
-            for (const std::string &name : e.dir.list()) now[name] = file_text(name);
+            for (const std::string &name : e.dir.list()) now[name] = state_of(name, timed);
             for (const auto &file : started_) {
-                if (now.count(file.first) == 0 || now[file.first] != file.second) return file.first + " changed or gone";
+                if (n == 1 && file.first != w[1]) continue;
+                std::string then = timed ? file.second : file.second.substr(0, file.second.rfind('@'));
+                if (now.count(file.first) == 0 || now[file.first] != then) return file.first + " changed or gone";
             }
-            return check(now.size() == started_.size(), "a file was added");
+            return check(n == 1 || now.size() == started_.size(), "a file was added");
         }
         return "unknown step";
     }
 
+    // A file's bytes and when it was last written: a file written again
+    // with the same bytes has changed too.
+    std::string state_of(const std::string &name, bool timed = true) {
+        struct stat state;
+        if (lstat(editor().dir.path(name).c_str(), &state) != 0) return "<missing>";
+        if (!timed) return file_text(name);
+        return file_text(name) + "@" + std::to_string(state.st_mtim.tv_sec) + "." + std::to_string(state.st_mtim.tv_nsec);
+    }
+    void snapshot() {
+        for (const std::string &name : editor().dir.list()) started_[name] = state_of(name);
+    }
+
+    std::string run_ctl(int status, const std::vector<std::string> &args) {
+        Editor &e = editor();
+        std::vector<std::string> argv = {e.dir.path("corvanectl")};
+        argv.insert(argv.end(), args.begin(), args.end());
+        std::vector<char *> pointers;
+        for (std::string &arg : argv) pointers.push_back(&arg[0]);
+        pointers.push_back(nullptr);
+        char out_name[] = "/tmp/corvanectl-out-XXXXXX", err_name[] = "/tmp/corvanectl-err-XXXXXX";
+        int out = mkstemp(out_name), err = mkstemp(err_name);
+        pid_t child = fork();
+        if (child == 0) {
+            dup2(out, STDOUT_FILENO);
+            dup2(err, STDERR_FILENO);
+            int none = open("/dev/null", O_RDONLY);
+            dup2(none, STDIN_FILENO);
+            if (chdir(e.dir.path().c_str()) != 0) _exit(126);
+            for (std::string &setting : e.environment) putenv(&setting[0]);
+            execv(pointers[0], pointers.data());
+            _exit(127);
+        }
+        int result = 0;
+        waitpid(child, &result, 0);
+        ctl_out_ = read_file(out_name);
+        ctl_err_ = read_file(err_name);
+        close(out), close(err), unlink(out_name), unlink(err_name);
+        return check(WIFEXITED(result) && WEXITSTATUS(result) == status,
+                     "status " + std::to_string(result) + "\n" + ctl_out_ + ctl_err_);
+    }
+
+    std::string ctl_out_, ctl_err_;
     std::string fixture_ = CORVANE_DEMO_DIR;
     std::unique_ptr<Editor> editor_;
     std::map<std::string, std::string> started_;

@@ -28,6 +28,7 @@ Editor::Editor(const std::string &korvel_dir) {
     dir.copy_from(korvel_dir);
     dir.write("lang_00.ini", read_file(std::string(CORVANE_DATA_DIR) + "lang_00.ini"));
     if (symlink(CORVANE_EDITOR, dir.path("corvane").c_str()) != 0) dir.write("no-editor", "");
+    if (symlink(CORVANE_CTL, dir.path("corvanectl").c_str()) != 0) dir.write("no-corvanectl", "");
 }
 
 Editor::~Editor() {
