@@ -9,6 +9,9 @@
 int run_get(const std::vector<std::string> &keys);
 int run_dump(bool json);
 int run_next(int days);
+// check watches the reading: prepare_check before the directory is loaded.
+void prepare_check();
+int run_check(bool json);
 
 // A change asked for: the key as named, and the new value as text.
 using Change = std::pair<std::string, std::string>;

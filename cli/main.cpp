@@ -32,6 +32,8 @@ int main(int argc, char **argv) {
     auto *apply = app.add_subcommand("apply", "change the settings a JSON object of the dump's shape gives");
     apply->add_option("FILE", source, "the JSON file, or - for standard input")->required();
     apply->add_flag("--dry-run", dry_run, "print what would change, write nothing");
+    auto *check = app.add_subcommand("check", "report what Korvel will read differently from what the files say");
+    check->add_flag("--json", json, "as a JSON list");
     auto *next = app.add_subcommand("next", "print the coming scheduled actions");
     next->add_option("--days", days, "how many days ahead (default 100)");
     try {
@@ -48,10 +50,12 @@ int main(int argc, char **argv) {
         directory = where;
     }
     bool writes = set->parsed() || apply->parsed();
+    if (check->parsed()) prepare_check();
     if (int status = load_directory(directory, writes)) return status;
     if (get->parsed()) return run_get(keys);
     if (set->parsed()) return run_set(assignments, dry_run);
     if (dump->parsed()) return run_dump(json);
     if (apply->parsed()) return run_apply(source, dry_run);
+    if (check->parsed()) return run_check(json);
     return run_next(days);
 }

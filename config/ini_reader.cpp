@@ -47,25 +47,25 @@ static uint32_t value_bits() {
     return static_cast<uint32_t>(negative ? 0 - value : value);
 }
 
-void FillVar(int file, int section, int key) {
-    if (file < 0 || file >= kIniFiles) return;
+unsigned char *FillVar(int file, int section, int key) {
+    if (file < 0 || file >= kIniFiles) return nullptr;
     const SectionKind *kind = storing_kind(file, section);
-    if (!kind) return;
+    if (!kind) return nullptr;
     const KeySet &keys = key_set(file, kind->key_set);
-    if (key < 0 || key >= keys.count) return;
+    if (key < 0 || key >= keys.count) return nullptr;
     const Field &field = keys.fields[key];
 
     size_t at = kind->base + static_cast<size_t>(section - kind->first_slot) * kind->entry_size + field.offset;
     if (file == kGroupIni) {
-        if (g_index < 0) return;
+        if (g_index < 0) return nullptr;
         at += offsetof(ConfigRecord, Group) + static_cast<size_t>(g_index) * sizeof(GroupEntry);
     }
-    if (at + field.width > sizeof(ConfigRecord)) return;
+    if (at + field.width > sizeof(ConfigRecord)) return nullptr;
     unsigned char *where = reinterpret_cast<unsigned char *>(&INI) + at;
 
     if (field.kind == FieldKind::Text) {
         set_text(reinterpret_cast<char *>(where), field.width, p_s);
-        return;
+        return where;
     }
 
     uint32_t value = value_bits();
@@ -86,7 +86,11 @@ void FillVar(int file, int section, int key) {
         uint16_t narrow = static_cast<uint16_t>(value);
         std::memcpy(where, &narrow, sizeof narrow);
     }
+    return where;
 }
+
+void (*ReadNote)(const ReadLine &line) = nullptr;
+static ReadLine note;  // the line being read, told to ReadNote once its fate is known
 
 // The key set a key line of `file` in `section` is looked up in.
 static void choose_key_set(int file, int section) {
@@ -122,14 +126,18 @@ static void read_header(int file, char *line) {
     int slot = section_slot(file, line + 1);
     // An unknown section changes nothing: its keys go to the section before.
     if (slot >= 0) actual_section = static_cast<uint8_t>(slot);
+    note.fate = slot >= 0 ? LineFate::Header : LineFate::UnknownHeader;
 }
 
 static void read_key_line(int file, char *line) {
+    note.fate = LineFate::NoSection;
     if (actual_section == 255) return;
+    note.fate = LineFate::UnknownKey;
     char *equals = std::strchr(line, '=');
     if (!equals) return;
     *equals = '\0';
     const char *key = line;  // exactly as written: "Name " is not "Name"
+    note.key = key;
 
     // An empty key would match the first unused slot, which has no field:
     // only the named slots can lead to a store.
@@ -152,7 +160,11 @@ static void read_key_line(int file, char *line) {
     if (!end) end = std::strchr(value, '\n');  // a CR before it stays in the value
     if (end) *end = '\0';
     p_s = value;
-    FillVar(file, actual_section, slot);
+    note.fate = LineFate::Key;
+    note.value = value;
+    note.width = keys.fields[slot].width;
+    note.text_field = keys.fields[slot].kind == FieldKind::Text;
+    note.where = FillVar(file, actual_section, slot);
 }
 
 int EncodeINIFile(int file, const char *path) {
@@ -168,10 +180,17 @@ int EncodeINIFile(int file, const char *path) {
     }
     // 298 characters at a time: the rest of a longer line is read as a line
     // of its own.
-    char line[300];
+    char line[300], told[300];
+    int number = 0;
+    bool whole = true;  // the last read ended its line
     while (!std::feof(stream)) {
         line[0] = '\0';  // an empty read at the end leaves this, and is ignored
         if (!std::fgets(line, 299, stream) && std::ferror(stream)) break;
+        if (ReadNote) {
+            std::memcpy(told, line, sizeof told);
+            note = ReadLine{file, whole ? ++number : number, told, !whole, LineFate::Skipped, 0, "", "", nullptr, 0, false};
+            whole = std::strchr(line, '\n') != nullptr;
+        }
         switch (line[0]) {
         case '\n':
         case ';':
@@ -180,6 +199,10 @@ int EncodeINIFile(int file, const char *path) {
         case '\a': break;
         case '[': read_header(file, line); break;
         default: read_key_line(file, line); break;
+        }
+        if (ReadNote && line[0]) {
+            note.section = actual_section;
+            ReadNote(note);
         }
     }
     std::fclose(stream);

@@ -33,8 +33,27 @@ int LoadGroupsINI();
 // Parses the file at `path` as file number `file` into INI. 0; 1 when there
 // is no such file; 2 when it cannot be read or is no regular file.
 int EncodeINIFile(int file, const char *path);
-// Stores p_s into the field of (file, section slot, key slot), if there is one.
-void FillVar(int file, int section, int key);
+// Stores p_s into the field of (file, section slot, key slot), if there is
+// one, and returns where (null when nothing is stored).
+unsigned char *FillVar(int file, int section, int key);
+
+// What the reader made of each line, told to ReadNote when it is set
+// (corvanectl's check sets it; the editor does not).
+enum class LineFate { Skipped, Header, UnknownHeader, Key, UnknownKey, NoSection };
+struct ReadLine {
+    int file;             // the file's number, as for EncodeINIFile
+    int number;           // the line's number in its file, from 1
+    const char *text;     // as read: at most 298 characters, with the line end if it came
+    bool continued;       // the rest of a longer line, read as a line of its own
+    LineFate fate;
+    int section;          // the section slot in force after the line
+    const char *key;      // a key line's key (with what follows it cut off)
+    const char *value;    // and the value it was stored from
+    unsigned char *where; // the field it was stored in, or null
+    int width;            // the field's width in bytes
+    bool text_field;
+};
+extern void (*ReadNote)(const ReadLine &line);
 
 // "group_xx.ini" with the two digits of `number`.
 void group_file_name(char *name, unsigned size, int number);

@@ -340,6 +340,9 @@ private:
             return "";
         }
         if (verb == "out-is" && n == 1) return check(ctl_out_ == w[1], "the output is\n" + ctl_out_);
+        if (verb == "out-golden" && n == 1) {
+            return check(ctl_out_ == read_file(CORVANE_TEST_DATA + w[1]), "the output differs from " + w[1] + ":\n" + ctl_out_);
+        }
         if (verb == "keep" && n == 1) return e.dir.write(w[1], ctl_out_), "";
         if (verb == "lines" && n == 1) {
             long count = std::count(ctl_out_.begin(), ctl_out_.end(), '\n');
