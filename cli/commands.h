@@ -12,6 +12,9 @@ int run_next(int days);
 // check watches the reading: prepare_check before the directory is loaded.
 void prepare_check();
 int run_check(bool json);
+// `action` is "save" or "load"; `group` names a group in use by its file's
+// number or by its name.
+int run_profile(const std::string &action, const std::string &group, const std::string &path);
 
 // A change asked for: the key as named, and the new value as text.
 using Change = std::pair<std::string, std::string>;

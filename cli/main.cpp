@@ -34,6 +34,11 @@ int main(int argc, char **argv) {
     apply->add_flag("--dry-run", dry_run, "print what would change, write nothing");
     auto *check = app.add_subcommand("check", "report what Korvel will read differently from what the files say");
     check->add_flag("--json", json, "as a JSON list");
+    auto *profile = app.add_subcommand("profile", "save a group's events to a profile file, or load them from one");
+    std::string action, group;
+    profile->add_option("ACTION", action, "save or load")->required()->check(CLI::IsMember({"save", "load"}));
+    profile->add_option("GROUP", group, "the group: its file's number (01) or its name")->required();
+    profile->add_option("FILE", source, "the profile file")->required();
     auto *next = app.add_subcommand("next", "print the coming scheduled actions");
     next->add_option("--days", days, "how many days ahead (default 100)");
     try {
@@ -49,7 +54,7 @@ int main(int argc, char **argv) {
         if (!getprgdir(argv[0], where, sizeof where)) return complain(std::string(argv[0]) + ": path too long"), kCannotLoad;
         directory = where;
     }
-    bool writes = set->parsed() || apply->parsed();
+    bool writes = set->parsed() || apply->parsed() || (profile->parsed() && action == "load");
     if (check->parsed()) prepare_check();
     if (int status = load_directory(directory, writes)) return status;
     if (get->parsed()) return run_get(keys);
@@ -57,5 +62,6 @@ int main(int argc, char **argv) {
     if (dump->parsed()) return run_dump(json);
     if (apply->parsed()) return run_apply(source, dry_run);
     if (check->parsed()) return run_check(json);
+    if (profile->parsed()) return run_profile(action, group, source);
     return run_next(days);
 }

@@ -1,0 +1,32 @@
+// profile: a group's events out to a profile file, or in from one, with the
+// editor's profile code (a planted link is replaced, not followed; a crafted
+// file cannot add a line to a group file).
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "cli/commands.h"
+#include "cli/keys.h"
+#include "cli/store.h"
+#include "config/group_profile.h"
+#include "config/record.h"
+
+int run_profile(const std::string &action, const std::string &group_name, const std::string &path) {
+    // The group as its file names it ("group_01.ini" or "01"), or by its name.
+    std::string key = group_name.find(".ini") != std::string::npos ? group_name : "group_" + group_name + ".ini";
+    KeyRef ref;
+    int group = -1;
+    if (resolve_key(key + ":Common.Name", ref).empty() && entry_in_use(ref)) group = ref.group;
+    for (int g = 0; g < kGroups && group < 0; ++g) {
+        if (INI.Group[g].Name[0] && group_name == std::string(INI.Group[g].Name, strnlen(INI.Group[g].Name, sizeof INI.Group[g].Name))) group = g;
+    }
+    if (group < 0) return complain(group_name + ": no such group in use"), kRefused;
+    GroupEvent *events = INI.Group[group].Event;
+    int error = action == "save" ? SaveGroupProfile(path.c_str(), events) : LoadGroupProfile(path.c_str(), events);
+    if (error) return complain(path + ": " + std::strerror(error)), kRefused;
+    if (action == "save") return kDone;
+    std::vector<std::string> written;
+    if (int status = save_changes(written)) return status;
+    for (const std::string &name : written) std::printf("%s: the events of %s\n", name.c_str(), path.c_str());
+    return kDone;
+}
