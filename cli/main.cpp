@@ -56,7 +56,8 @@ int main(int argc, char **argv) {
     }
     bool writes = set->parsed() || apply->parsed() || (profile->parsed() && action == "load");
     if (check->parsed()) prepare_check();
-    if (int status = load_directory(directory, writes)) return status;
+    // A read of korvel.ini alone needs no other file.
+    if (int status = load_directory(directory, writes, get->parsed() ? files_for(keys) : 5)) return status;
     if (get->parsed()) return run_get(keys);
     if (set->parsed()) return run_set(assignments, dry_run);
     if (dump->parsed()) return run_dump(json);

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <algorithm>
 #include <map>
 #include <memory>
 
@@ -16,7 +17,18 @@
 
 void complain(const std::string &message) { std::fprintf(stderr, "corvanectl: %s\n", message.c_str()); }
 
-int load_directory(const std::string &directory, bool lock) {
+int files_for(const std::vector<std::string> &keys) {
+    int count = 1;
+    for (const std::string &key : keys) {
+        std::string file = key.substr(0, key.find(':') == std::string::npos ? 0 : key.find(':'));
+        int needed = file.empty() || file == "korvel.ini" ? 1 : file == "jobs.ini" ? 2 : file == "jobsSTS.ini" ? 3
+                   : file.compare(0, 6, "group_") == 0 ? 4 : 5;
+        count = std::max(count, needed);
+    }
+    return count;
+}
+
+int load_directory(const std::string &directory, bool lock, int files) {
     std::string dir = directory.empty() ? "./" : directory.back() == '/' ? directory : directory + "/";
     if (dir.size() >= kProgramDirSize) return complain(directory + ": " + std::strerror(ENAMETOOLONG)), kCannotLoad;
     std::snprintf(ProgramDir, kProgramDirSize, "%s", dir.c_str());
@@ -27,7 +39,7 @@ int load_directory(const std::string &directory, bool lock) {
     }
     // The reader's own traces are the editor's debugging aid, not ours.
     ConsoleOut = std::fopen("/dev/null", "w");
-    int result = LoadINI();
+    int result = LoadINIFiles(files);
     if (result == 1) return complain(dir + "korvel.ini: " + std::strerror(ENOENT)), kCannotLoad;
     if (result != 0) return complain(std::string(UnreadablePath) + ": " + UnreadableReason()), kCannotLoad;
     return kDone;

@@ -15,7 +15,10 @@ void complain(const std::string &message);
 // read, INI1). kDone, or kCannotLoad with the reason said. With `lock`, the
 // directory is locked first, for as long as the process runs (kLocked when
 // an editor holds it).
-int load_directory(const std::string &directory, bool lock);
+int load_directory(const std::string &directory, bool lock, int files = 5);
+// How many files of the reading order (korvel.ini, jobs.ini, jobsSTS.ini,
+// the group files, sensor.ini) must be read to know the keys named.
+int files_for(const std::vector<std::string> &keys);
 
 // Writes the files whose text changes between the record as read and as it
 // is now, through the editor's two-phase save. kDone or kRefused with the

@@ -236,7 +236,9 @@ int LoadGroupsINI() {
     return result;
 }
 
-int LoadINI() {
+int LoadINI() { return LoadINIFiles(5); }
+
+int LoadINIFiles(int count) {
     std::memset(&INI, 0, sizeof INI);
     UnreadableError = 0;
     int result = LoadKorvelINI();
@@ -246,8 +248,9 @@ int LoadINI() {
         note_unreadable(path, ENOENT);
     }
     if (result != 0) return result;
-    for (int (*load)() : {LoadJobsINI, LoadJobsSTSINI, LoadGroupsINI, LoadSensorINI}) {
-        result = load();
+    int (*const loads[])() = {LoadJobsINI, LoadJobsSTSINI, LoadGroupsINI, LoadSensorINI};
+    for (int i = 0; i + 1 < count && i < 4; ++i) {
+        result = loads[i]();
         if (result > 1) return result;
     }
     DecodeSchedules();

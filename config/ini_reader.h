@@ -22,6 +22,10 @@ extern const char *p_s;
 // a file is there but cannot be read or is no regular file (UnreadablePath
 // and UnreadableError say which and why).
 int LoadINI();
+// The same with only the first `count` files of the reading order
+// (korvel.ini, jobs.ini, jobsSTS.ini, the group files, sensor.ini): what a
+// later file says cannot change what an earlier one is read as.
+int LoadINIFiles(int count);
 int LoadKorvelINI();
 int LoadJobsINI();
 int LoadJobsSTSINI();
