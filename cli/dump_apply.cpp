@@ -44,21 +44,59 @@ void each_key(const std::function<void(const std::string &file, const std::strin
     }
 }
 
+// Whether `text` is UTF-8 throughout: JSON strings must be. Other bytes (an
+// older file's Latin-2 name, say) travel as {"hex": "..."} so that nothing
+// is lost on the way back.
+bool utf8(const std::string &text) {
+    for (size_t i = 0; i < text.size();) {
+        unsigned char c = static_cast<unsigned char>(text[i]);
+        size_t length = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
+        if (length == 0 || i + length > text.size()) return false;
+        for (size_t k = 1; k < length; ++k) {
+            if ((static_cast<unsigned char>(text[i + k]) >> 6) != 2) return false;
+        }
+        i += length;
+    }
+    return true;
+}
+
+Json text_value(const std::string &text) {
+    if (utf8(text)) return text;
+    std::string hex;
+    for (unsigned char c : text) hex += "0123456789abcdef"[c >> 4], hex += "0123456789abcdef"[c & 15];
+    return Json{{"hex", hex}};
+}
+
+// A value of the dump's shape as text: a string, a number, or {"hex": ...}.
+bool value_text(const Json &value, std::string &text) {
+    if (value.is_string()) return text = value.get<std::string>(), true;
+    if (value.is_number_unsigned()) return text = std::to_string(value.get<unsigned long>()), true;
+    if (!value.is_object() || value.size() != 1 || !value.contains("hex") || !value["hex"].is_string()) return false;
+    std::string hex = value["hex"].get<std::string>();
+    if (hex.size() % 2 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) return false;
+    text.clear();
+    for (size_t i = 0; i < hex.size(); i += 2) text += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+    return true;
+}
+
 }  // namespace
 
 int run_dump(bool json) {
+    // The values as a save writes them: with its defaults.
+    store_defaults();
     Json all = Json::object();
     each_key([&](const std::string &file, const std::string &section, const KeyRef &key) {
         std::string value = key_value(key);
+        if (value.empty() && key.field->empty_as) value = key.field->empty_as;
         if (!json) {
             std::printf("%s:%s.%s=%s\n", file.c_str(), section.c_str(), key.field->key, value.c_str());
         } else if (key.field->kind == FieldKind::Text) {
-            all[file][section][key.field->key] = value;
+            all[file][section][key.field->key] = text_value(value);
         } else {
             all[file][section][key.field->key] = std::stoul(value);
         }
     });
-    if (json) std::cout << all.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+    if (json) std::cout << all.dump(2) << "\n";
     return kDone;
 }
 
@@ -84,12 +122,8 @@ int run_apply(const std::string &source, bool dry_run) {
             if (!section.value().is_object()) return complain(file.key() + ":" + section.key() + ": not an object of keys"), kRefused;
             std::vector<Change> rest;
             for (const auto &key : section.value().items()) {
-                const Json &value = key.value();
-                if (!value.is_string() && !value.is_number_unsigned()) {
-                    return complain(file.key() + ":" + section.key() + "." + key.key() + ": not a text or a number"), kRefused;
-                }
-                std::string name = file.key() + ":" + section.key() + "." + key.key();
-                std::string text = value.is_string() ? value.get<std::string>() : std::to_string(value.get<unsigned long>());
+                std::string name = file.key() + ":" + section.key() + "." + key.key(), text;
+                if (!value_text(key.value(), text)) return complain(name + ": not a text or a number"), kRefused;
                 KeyRef ref;
                 bool first = resolve_key(name, ref).empty() && ref.first;
                 (first ? changes : rest).emplace_back(name, text);

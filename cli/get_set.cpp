@@ -42,9 +42,11 @@ int run_changes(const std::vector<Change> &changes, bool dry_run) {
             why = "the group is not in use: set its Common.Name first";
         }
         if (!why.empty()) return complain(change.first + ": " + why), kRefused;
+        // A value as it stands is no change, whatever a screen would accept.
+        std::string old = key_value(key);
+        if (old == change.second && entry_in_use(key)) continue;
         std::string allowed = check_value(key, change.second);
         if (!allowed.empty()) return complain(change.first + "=" + change.second + ": allowed: " + allowed), kRefused;
-        std::string old = key_value(key);
         if (old == change.second) continue;
         store_value(key, change.second);
         lines.push_back(key.name + ": " + old + " -> " + change.second);

@@ -85,6 +85,12 @@ int save_changes(std::vector<std::string> &written) {
     return kDone;
 }
 
+void store_defaults() {
+    SaveWanted = [](const char *, const char *, size_t) { return false; };
+    SaveINI();
+    SaveWanted = nullptr;
+}
+
 bool load_texts() {
     if (AllocText() != 0) return false;
     return LoadText(kCorvane, INI.System.Language) == 0 || LoadText(kCorvane, 0) == 0;

@@ -25,6 +25,10 @@ int files_for(const std::vector<std::string> &keys);
 // reason said; `written` gets the names of the files written.
 int save_changes(std::vector<std::string> &written);
 
+// Stores in the record the defaults a save stores (an empty serial device,
+// a zero mail port ...), writing nothing.
+void store_defaults();
+
 // The language texts (the record's language, else English), for what
 // corvanectl shows as the editor does. False when none can be read.
 bool load_texts();
