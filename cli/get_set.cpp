@@ -1,5 +1,6 @@
 // get, set, and the checked change that set and apply share.
 #include <cstdio>
+#include <cstring>
 
 #include "cli/commands.h"
 #include "cli/keys.h"
@@ -57,6 +58,25 @@ int run_changes(const std::vector<Change> &changes, bool dry_run) {
         return complain("System.DataLogMin=" + std::to_string(INI.System.DataLogMin) + ": allowed: below System.DataLogMax (" +
                         std::to_string(INI.System.DataLogMax) + ")"),
                kRefused;
+    }
+    for (int i = 0; i < kUpsEntries; ++i) {
+        const UpsEntry &ups = INI.UPS[i], &was = INI1.UPS[i];
+        if (!ups.Name[0] || std::memcmp(&ups, &was, sizeof ups) == 0) continue;
+        std::string name = std::string("UPS_") + (i < 10 ? "0" : "") + std::to_string(i);
+        // The system shutdown is on exactly when its delay or its lead time is.
+        if (ups.SystemShutdown != (ups.SystemShutDelayAllow || ups.SystemShutLeadAllow ? 1 : 0)) {
+            return complain(name + ".SystemShutdown=" + std::to_string(ups.SystemShutdown) +
+                            ": allowed: 1 when SystemShutDelayAllow or SystemShutLeadAllow is 1, else 0"),
+                   kRefused;
+        }
+        // The lead time (minutes) covers the UPS's own shutdown delay (seconds)
+        // as the UPS screen raises it: to the whole minutes of the delay.
+        if (ups.UPSShutdown && ups.SystemShutLeadAllow && ups.SystemShutdownLead < ups.UPSShutdownDelay / 60) {
+            return complain(name + ".SystemShutdownLead=" + std::to_string(ups.SystemShutdownLead) + ": allowed: at least " +
+                            std::to_string(ups.UPSShutdownDelay / 60) + ", to cover " + name +
+                            ".UPSShutdownDelay (" + std::to_string(ups.UPSShutdownDelay) + " seconds)"),
+                   kRefused;
+        }
     }
     std::vector<std::string> written;
     if (!dry_run && !lines.empty()) {
