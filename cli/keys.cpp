@@ -4,47 +4,10 @@
 #include <cstring>
 
 #include "app/model_code.h"
+#include "config/limits.h"
 #include "config/record.h"
 
 namespace {
-
-// The values a screen accepts for a field, where they are narrower than the
-// field itself. A kind's name with the key; `allowed` lists single values.
-struct Limit {
-    const char *section, *key;
-    unsigned low, high;
-    const char *allowed;
-};
-const Limit kLimits[] = {
-    {"System", "Language", 0, 9, nullptr},          {"System", "EventLog", 0, 1, nullptr},
-    {"System", "DataLog", 0, 1, nullptr},           {"System", "DataLogRate", 1, 1000, nullptr},
-    {"System", "DataLogMin", 1, 30000, nullptr},    {"System", "DataLogMax", 1, 30000, nullptr},
-    {"System", "EnabledGroups", 0, 1, nullptr},     {"System", "DeviceActions", 0, 1, nullptr},
-    {"System", "LostCommRaiseAlarm", 0, 1, nullptr}, {"System", "DisableShutdownForSingleUPS", 0, 1, nullptr},
-    {"System", "DisableJobs", 0, 1, nullptr},       {"System", "IgnoreRemoteUPSCommands", 0, 1, nullptr},
-    {"Network", "CheckRate", 1, 255, nullptr},      {"Network", "Port", 1000, 65535, nullptr},
-    {"Network", "Server", 0, 1, nullptr},           {"Network", "HTTP", 0, 1, nullptr},
-    {"ModemConfig", "Allowed", 0, 1, nullptr},      {"ModemConfig", "IncommingAllowed", 0, 1, nullptr},
-    {"ModemConfig", "Repeat", 0, 99, nullptr},      {"ModemConfig", "Delay", 0, 99, nullptr},
-    {"SMSConfig", "Allowed", 0, 1, nullptr},        {"SMSConfig", "Type", 0, 1, nullptr},
-    {"WapConfig", "Allowed", 0, 1, nullptr},        {"UPS_", "Connection", 0, 5, "0, 2, 3, 5"},
-    {"UPS_", "Device", 1, 65535, nullptr},          {"UPS_", "UPSShutdown", 0, 1, nullptr},
-    {"Common", "AllowedBatteryShutdown", 0, 1, nullptr}, {"Common", "AllowedSystemShutdown", 0, 1, nullptr},
-    {"Common", "AllowedUPSShutdown", 0, 1, nullptr}, {"Common", "AllowedUPSReboot", 0, 1, nullptr},
-    {"UPS", "*", 0, kUpsEntries, nullptr},          {"Event_", "Type", 0, 255, nullptr},
-    {"Event_", "Priority", 0, 255, nullptr},        {"Job_", "*Delay", 0, 9999, nullptr},
-    {"Job_", "*Interval", 0, 9999, nullptr},        {"Event_", "*Delay", 0, 9999, nullptr},
-    {"Event_", "*Interval", 0, 9999, nullptr},
-};
-
-bool matches(const Limit &limit, const KeyRef &key) {
-    if (std::strcmp(limit.section, key.kind->name) != 0) return false;
-    std::string pattern = limit.key, name = key.field->key;
-    if (pattern == "*") return true;
-    if (pattern[0] == '*') return name.size() >= pattern.size() - 1 && name.compare(name.size() - pattern.size() + 1, std::string::npos, pattern, 1) == 0;
-    return name == pattern || (key.kind->name == std::string("Event_") && name.compare(0, pattern.size(), pattern) == 0 &&
-                               name.size() == pattern.size() + 1);
-}
 
 unsigned char *group_base(int group) { return reinterpret_cast<unsigned char *>(&INI.Group[group]); }
 unsigned char *record_base() { return reinterpret_cast<unsigned char *>(&INI); }
@@ -172,16 +135,16 @@ std::string check_value(const KeyRef &key, const std::string &value) {
         return "";
     }
     unsigned low = 0, high = field.width == 1 || field.kind == FieldKind::Switch ? 255 : 65535;
-    const char *allowed = nullptr;
     if (field.kind == FieldKind::Switch) high = 1;
-    for (const Limit &limit : kLimits) {
-        if (matches(limit, key)) low = limit.low, high = limit.high, allowed = limit.allowed;
-    }
-    std::string range = allowed ? std::string("one of ") + allowed : std::to_string(low) + ".." + std::to_string(high);
+    // Korvel reads the Shutdown of these jobs as 0 whatever the file says.
+    int job = key.entry;
+    if (key.file == kJobsIni && std::strcmp(field.key, "Shutdown") == 0 && (job % 2 == 1 || job == 2 || job == 4)) high = 0;
+    const FieldLimit *limit = find_limit(key.kind->name, field.key);
+    if (limit) low = limit->low, high = limit->high;
+    std::string range = limit && limit->allowed ? std::string("one of ") + limit->allowed : std::to_string(low) + ".." + std::to_string(high);
     if (value.empty() || value.size() > 5 || value.find_first_not_of("0123456789") != std::string::npos) return range;
     unsigned number = static_cast<unsigned>(std::stoul(value));
-    if (number < low || number > high) return range;
-    if (allowed && std::string(", ") .append(allowed).append(", ").find(", " + value + ", ") == std::string::npos) return range;
+    if (number < low || number > high || (limit && !within(*limit, number))) return range;
     return "";
 }
 

@@ -122,10 +122,10 @@ void run_action_screen(const ActionScreen &screen) {
         if (key != KEY_ENTER) continue;
         switch (row) {
         case 1: on = on ? 0 : 1; break;
-        case 2: delay = enter_number(LangText[103], delay, 0, 9999); break;
+        case 2: delay = enter_limited(LangText[103], delay, "Job_", "*Delay"); break;
         case 3:
             if (screen.kind > 2 && screen.even) {
-                interval = enter_number(LangText[104], interval, 0, 9999);
+                interval = enter_limited(LangText[104], interval, "Job_", "*Interval");
             } else if (screen.kind == 4) {
                 edit_file(screen);
             } else {

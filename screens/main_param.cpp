@@ -144,10 +144,10 @@ void main_param() {
         case kLanguage: menu_languages(names); break;
         case kEventLog: system.EventLog = static_cast<uint8_t>(toggled(system.EventLog)); break;
         case kDataLog: system.DataLog = static_cast<uint16_t>(toggled(system.DataLog)); break;
-        case kRate: system.DataLogRate = enter_number(LangText[25], system.DataLogRate, 1, 1000); break;
+        case kRate: system.DataLogRate = enter_limited(LangText[25], system.DataLogRate, "System", "DataLogRate"); break;
         case kMinimum:
             // The prompt says 1-3000; up to 30000 is accepted. Both are kept so.
-            system.DataLogMin = enter_number(LangText[26], system.DataLogMin, 1, 30000, 1, 3000, "\t");
+            system.DataLogMin = enter_limited(LangText[26], system.DataLogMin, "System", "DataLogMin", 1, 3000, "\t");
             if (system.DataLogMin > system.DataLogMax - 1) {
                 con_printf("\a\n%s\n", LangText[287]);
                 ussleep(2000000);
@@ -155,7 +155,7 @@ void main_param() {
             }
             break;
         case kMaximum:
-            system.DataLogMax = enter_number(LangText[27], system.DataLogMax, 1, 30000, 1, 3000, "\t");
+            system.DataLogMax = enter_limited(LangText[27], system.DataLogMax, "System", "DataLogMax", 1, 3000, "\t");
             if (system.DataLogMax < system.DataLogMin + 1) {
                 con_printf("\a\n%s\n", LangText[287]);
                 ussleep(2000000);

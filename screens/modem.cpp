@@ -72,8 +72,8 @@ void modem_param() {
         case kModemPort: enter_text(LangText[187], modem.Port, sizeof modem.Port); break;
         case kNumber1: enter_text(LangText[192], modem.Number1, sizeof modem.Number1); break;
         case kNumber2: enter_text(LangText[193], modem.Number2, sizeof modem.Number2); break;
-        case kRepeat: modem.Repeat = static_cast<uint8_t>(enter_number(LangText[194], modem.Repeat, 0, 99)); break;
-        case kDelay: modem.Delay = static_cast<uint8_t>(enter_number(LangText[195], modem.Delay, 0, 99)); break;
+        case kRepeat: modem.Repeat = static_cast<uint8_t>(enter_limited(LangText[194], modem.Repeat, "ModemConfig", "Repeat")); break;
+        case kDelay: modem.Delay = static_cast<uint8_t>(enter_limited(LangText[195], modem.Delay, "ModemConfig", "Delay")); break;
         case kIncoming: modem.IncommingAllowed = toggled(modem.IncommingAllowed); break;
         case kModemBack: return;
         }

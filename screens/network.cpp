@@ -84,9 +84,9 @@ void network_param() {
         if (key != KEY_ENTER) continue;
 
         switch (row) {
-        case kCheckRate: network.CheckRate = static_cast<uint8_t>(enter_number(LangText[34], network.CheckRate, 1, 255)); break;
+        case kCheckRate: network.CheckRate = static_cast<uint8_t>(enter_limited(LangText[34], network.CheckRate, "Network", "CheckRate")); break;
         case kServer: network.Server = static_cast<uint8_t>(toggled(network.Server)); break;
-        case kPort: network.Port = enter_number(LangText[33], network.Port, 1000, 65535); break;
+        case kPort: network.Port = enter_limited(LangText[33], network.Port, "Network", "Port"); break;
         case kIgnoreRemote:
             system.IgnoreRemoteUPSCommands = static_cast<uint8_t>(toggled(system.IgnoreRemoteUPSCommands));
             break;

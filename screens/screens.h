@@ -6,6 +6,21 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "config/limits.h"
+#include "console/screen.h"
+
+// A number entered within the range the limits table gives the field (the
+// prompt may show another, as some screens always have).
+inline uint16_t enter_limited(const char *label, unsigned current, const char *section, const char *key) {
+    const FieldLimit &limit = field_limit(section, key);
+    return enter_number(label, current, limit.low, limit.high);
+}
+inline uint16_t enter_limited(const char *label, unsigned current, const char *section, const char *key,
+                              unsigned shown_low, unsigned shown_high, const char *tail) {
+    const FieldLimit &limit = field_limit(section, key);
+    return enter_number(label, current, limit.low, limit.high, shown_low, shown_high, tail);
+}
+
 // Opened from the main menu.
 void main_param();  // system parameters
 void conn_param();  // UPS connections

@@ -129,7 +129,7 @@ void ups_conn_param(int index) {
         case kKind: entry.Connection = next_kind(entry.Connection); break;  // no field is reset
         case kPort: enter_text(LangText[187], entry.Port, sizeof entry.Port); break;
         case kAddress:
-            entry.Address = static_cast<uint8_t>(enter_number(LangText[133], entry.Address, 0, 255, 0, 255, " : "));
+            entry.Address = static_cast<uint8_t>(enter_limited(LangText[133], entry.Address, "UPS_", "Address", 0, 255, " : "));
             break;
         case kNetworkAddress:
             if (entry.Connection == kSnmpRfc1628) {
@@ -140,7 +140,7 @@ void ups_conn_param(int index) {
                 enter_text(LangText[135], entry.IPAddress, sizeof entry.IPAddress);
             }
             break;
-        case kDevice: entry.Device = enter_number(LangText[136], entry.Device, 1, 65535); break;
+        case kDevice: entry.Device = enter_limited(LangText[136], entry.Device, "UPS_", "Device"); break;
         case kProtection: entry.Password = entry.Password ? 0 : 1; break;
         case kPassword: {
             uint16_t protection;  // the field itself may sit unaligned in its packed record
