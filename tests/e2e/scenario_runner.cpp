@@ -160,8 +160,12 @@ private:
     // The screen that answers the last key: drawn anew after it (so the
     // screen before cannot count), showing `title`, with the marker, drawn
     // last, on `marker` ("-": no marker).
+    static std::string clear_sequence() {
+        return std::string(reinterpret_cast<const char *>(seq_escape[SEQ_CLEAR]) + 1, seq_escape[SEQ_CLEAR][0]);
+    }
+
     std::string await_screen(const std::string &title, const std::string &marker) {
-        const std::string clear(reinterpret_cast<const char *>(seq_escape[SEQ_CLEAR]) + 1, seq_escape[SEQ_CLEAR][0]);
+        const std::string clear = clear_sequence();
         int row = marker == "-" ? -1 : std::stoi(marker);
         Editor &e = *editor_;
         auto cleared = [&] { return e.output.find(clear, mark_) != std::string::npos; };
@@ -317,14 +321,15 @@ private:
         if (verb == "bells" && n == 1) {
             return check(e.bells - bells_ == number(1), std::to_string(e.bells - bells_) + " bells since the last key");
         }
-        if (verb == "cell" && n == 4) {
-            Editor::Cell cell = e.cell(number(1), number(2));
-            return check(cell.colour == number(3) && cell.bold == (w[4] == "bold"),
-                         "\"" + cell.text + "\" in colour " + std::to_string(cell.colour) + (cell.bold ? " bold" : ""));
-        }
-        if (verb == "frame-is" && n == 1) {
-            // Every byte written so far, against a golden file.
-            return check(e.output == read_file(CORVANE_TEST_DATA + w[1]), "the bytes differ from " + w[1]);
+        if ((verb == "frame-is" || verb == "screen-is") && n == 1) {
+            // Every byte written so far, or since the screen was last
+            // cleared, against a golden file; CORVANE_BLESS=1 writes it instead.
+            std::string bytes = e.output;
+            if (verb == "screen-is") bytes = bytes.substr(std::min(bytes.rfind(clear_sequence()), bytes.size()));
+            std::string golden = CORVANE_TEST_DATA + w[1];
+            const char *bless = getenv("CORVANE_BLESS");
+            if (bless && std::string(bless) == "1") std::ofstream(golden, std::ios::binary) << bytes;
+            return check(bytes == read_file(golden), "the bytes differ from " + w[1] + ":\n" + visible(bytes));
         }
 
         // corvanectl, run beside the files as installed, to its end.

@@ -145,26 +145,18 @@ void Editor::settle(int quiet_ms) {
     }
 }
 
-Editor::Cell Editor::cell(int r, int c) const {
+std::string Editor::cell(int r, int c) const {
     VTermScreenCell raw;
-    Cell result{" ", -1, false};
-    if (!vscreen_ || !vterm_screen_get_cell(vscreen_, VTermPos{r, c}, &raw)) return result;
+    if (!vscreen_ || !vterm_screen_get_cell(vscreen_, VTermPos{r, c}, &raw) || !raw.chars[0]) return " ";
     uint32_t code = raw.chars[0];
-    if (code >= 0x800) {
-        result.text = {char(0xE0 | (code >> 12)), char(0x80 | ((code >> 6) & 0x3F)), char(0x80 | (code & 0x3F))};
-    } else if (code >= 0x80) {
-        result.text = {char(0xC0 | (code >> 6)), char(0x80 | (code & 0x3F))};
-    } else if (code) {
-        result.text = std::string(1, char(code));
-    }
-    if (VTERM_COLOR_IS_INDEXED(&raw.fg) && !VTERM_COLOR_IS_DEFAULT_FG(&raw.fg)) result.colour = raw.fg.indexed.idx;
-    result.bold = raw.attrs.bold;
-    return result;
+    if (code < 0x80) return std::string(1, char(code));
+    if (code < 0x800) return {char(0xC0 | (code >> 6)), char(0x80 | (code & 0x3F))};
+    return {char(0xE0 | (code >> 12)), char(0x80 | ((code >> 6) & 0x3F)), char(0x80 | (code & 0x3F))};
 }
 
 std::string Editor::row(int r) const {
     std::string text;
-    for (int c = 0; c < cols; ++c) text += cell(r, c).text;
+    for (int c = 0; c < cols; ++c) text += cell(r, c);
     return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 

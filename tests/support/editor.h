@@ -45,12 +45,7 @@ public:
     // The screen; rows and columns count from 0.
     std::string row(int r) const;  // trailing blanks removed
     std::string screen() const;
-    struct Cell {
-        std::string text;
-        int colour;  // palette index, -1 for the default
-        bool bold;
-    };
-    Cell cell(int r, int c) const;
+    std::string cell(int r, int c) const;  // the character there, as UTF-8
     int cursor_row() const;
     int marker_row() const;  // the row of the "-->" marker, or -1
     bool move_to(int row);   // Down or Up until the marker stands there
