@@ -39,6 +39,7 @@ int load_directory(const std::string &directory, bool lock, int files) {
     }
     // The reader's own traces are the editor's debugging aid, not ours.
     ConsoleOut = std::fopen("/dev/null", "w");
+    remember_files(ProgramDir);
     int result = LoadINIFiles(files);
     if (result == 1) return complain(dir + "korvel.ini: " + std::strerror(ENOENT)), kCannotLoad;
     if (result != 0) return complain(std::string(UnreadablePath) + ": " + UnreadableReason()), kCannotLoad;
@@ -62,6 +63,10 @@ bool changed(const char *name, const char *bytes, size_t size) {
 }  // namespace
 
 int save_changes(std::vector<std::string> &written) {
+    // A file changed by hand while we read and checked is not overwritten.
+    for (int i = 0; i < kWatchedFiles; ++i) {
+        if (file_changed(ProgramDir, i)) return complain(std::string(kWatchedNames[i]) + " changed on disk meanwhile: nothing written"), kRefused;
+    }
     // The texts of the record as read, made the way a save makes them; then
     // the save writes only the files whose text is not the same.
     auto now = std::make_unique<ConfigRecord>(INI);
