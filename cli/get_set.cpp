@@ -47,7 +47,7 @@ int run_changes(const std::vector<Change> &changes, bool dry_run) {
         std::string old = key_value(key);
         if (old == change.second && entry_in_use(key)) continue;
         std::string allowed = check_value(key, change.second);
-        if (!allowed.empty()) return complain(change.first + "=" + change.second + ": allowed: " + allowed), kRefused;
+        if (!allowed.empty()) return complain(key.name + "=" + change.second + ": allowed: " + allowed), kRefused;
         if (old == change.second) continue;
         store_value(key, change.second);
         lines.push_back(key.name + ": " + old + " -> " + change.second);

@@ -151,6 +151,8 @@ private:
         pressed_at_ = std::chrono::steady_clock::now();
         mark_ = editor().output.size();
         bells_ = editor().bells;
+        reads_ = editor().reads();
+        sent_ = bytes.size();
         editor().send(bytes);
     }
     bool written_since_press(const std::string &text) {
@@ -301,6 +303,12 @@ private:
         }
         if (verb == "type" && n == 3) return press(w[1] + "\r"), await_screen(w[2], w[3]);
         if (verb == "send" && n == 1) return press(w[1]), "";
+        if (verb == "read" && n == 0) {
+            // The editor has taken the keys last sent, one read call each: a
+            // key written to the terminal reaches it a moment later.
+            auto taken = [&] { return e.reads() >= reads_ + static_cast<long>(sent_) && e.unread_input() == 0; };
+            return check(e.wait_until(taken, kWaitMs), "keys are still unread");
+        }
         if (verb == "await" && n == 2) return await_screen(w[1], w[2]);
         if ((verb == "leave" && n == 0) || (verb == "save" && n == 1)) {
             if (!e.move_to(16)) return "cannot reach the exit";
@@ -451,7 +459,8 @@ private:
     std::unique_ptr<Editor> editor_;
     std::map<std::string, std::string> started_;
     std::vector<std::string> mounted_;
-    size_t mark_ = 0;
+    size_t mark_ = 0, sent_ = 0;
+    long reads_ = 0;
     int bells_ = 0;
     std::chrono::steady_clock::time_point pressed_at_;
 };

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <fstream>
 #include <fcntl.h>
 #include <ftw.h>
 #include <poll.h>
@@ -223,4 +224,12 @@ bool Editor::modes(struct termios *state) const { return tcgetattr(slave_, state
 int Editor::unread_input() const {
     int count = 0;
     return ioctl(slave_, FIONREAD, &count) == 0 ? count : -1;
+}
+
+long Editor::reads() const {
+    std::ifstream io("/proc/" + std::to_string(pid) + "/io");
+    for (std::string line; std::getline(io, line);) {
+        if (line.compare(0, 6, "syscr:") == 0) return std::stol(line.substr(6));
+    }
+    return -1;
 }

@@ -63,6 +63,7 @@ public:
     void signal(int number);
     bool modes(struct termios *state) const;  // as the program last set them
     int unread_input() const;                 // sent, not read yet (in line mode, whole lines)
+    long reads() const;                       // read calls the program has made so far
 
 private:
     bool pump(int timeout_ms);  // true when output arrived
