@@ -78,11 +78,18 @@ void print_line(int style) {
     con_puts(line);
 }
 
+std::size_t columns(const char *text) {
+    // Every byte but a UTF-8 continuation byte starts a character.
+    std::size_t count = 0;
+    for (const unsigned char *at = reinterpret_cast<const unsigned char *>(text); *at; ++at) count += (*at & 0xC0) != 0x80;
+    return count;
+}
+
 void print_center(const char *text) {
     // Four stars each side leave 62 columns; a longer text gets no padding
     // rather than a wrapped-around blank count.
     const int inner = kScreenWidth - 8;
-    int length = static_cast<int>(std::strlen(text));
+    int length = static_cast<int>(columns(text));
     int before = length < inner ? (inner - length) / 2 : 0;
     int after = inner - before - length;
     if (after < 0) after = 0;
@@ -90,25 +97,29 @@ void print_center(const char *text) {
 }
 
 char *dopln(char *text, std::size_t width, const char *fill) {
-    std::size_t length = std::strlen(text);
-    for (std::size_t i = length; i < width; ++i) std::strcat(text, fill);
+    for (std::size_t i = columns(text); i < width; ++i) std::strcat(text, fill);
     return text;
 }
 
 char *center(char *text, std::size_t width, const char *fill) {
-    std::size_t length = std::strlen(text);
+    std::size_t length = columns(text), bytes = std::strlen(text);
     std::size_t fill_length = std::strlen(fill);
     if (width >= 200 || length >= width || fill_length == 0) return text;
-    char result[200 + 1] = "";
-    std::size_t used = 0;
-    auto append = [&](const char *part, std::size_t count) {
-        if (count > width - used) count = width - used;
-        std::memcpy(result + used, part, count);
+    char result[400 + 1] = "";
+    std::size_t used = 0, shown = 0;  // bytes and columns so far
+    auto append_fill = [&] {
+        std::size_t count = fill_length < width - shown ? fill_length : width - shown;
+        std::memcpy(result + used, fill, count);
         used += count;
+        shown += count;
     };
-    for (std::size_t i = 0; i < (width - length) / 2; ++i) append(fill, fill_length);
-    append(text, length);
-    while (used < width) append(fill, fill_length);
+    for (std::size_t i = 0; i < (width - length) / 2; ++i) append_fill();
+    // As much of the text as fits, whole characters only.
+    for (std::size_t at = 0; at < bytes && shown < width; ++shown) {
+        do result[used++] = text[at++];
+        while (at < bytes && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80);
+    }
+    while (shown < width) append_fill();
     result[used] = '\0';
     std::memcpy(text, result, used + 1);
     return text;

@@ -46,10 +46,14 @@ void print_line(int style);
 // One framed line with `text` centred between the four-star sides.
 void print_center(const char *text);
 
-// Appends `fill` to `text` (width - length) times; `text` must have room.
+// Appends `fill` to `text` (width - columns) times; `text` must have room.
 char *dopln(char *text, std::size_t width, const char *fill);
-// Centres `text` within `width` (< 200) characters using `fill`; the result
-// is exactly `width` characters long, so `text` needs width + 1 bytes.
+// The columns a text takes on the terminal: one per UTF-8 character (for
+// ASCII, its length). print_center, dopln and center count these.
+std::size_t columns(const char *text);
+// Centres `text` within `width` (< 200) columns using `fill`; the result
+// is exactly `width` columns wide, so `text` needs room for the fill bytes
+// beside its own.
 char *center(char *text, std::size_t width, const char *fill);
 
 void beep();

@@ -136,7 +136,7 @@ void print_sched_param(unsigned selected) {
             print_value("%s", LangText[335]);
             continue;
         }
-        char name[32], first[80], timing[80];
+        char name[48], first[96], timing[80];  // room for the padding of a name in UTF-8
         ups_name(entry, name, sizeof name);
         dopln(name, 16, " ");
         std::snprintf(first, sizeof first, "%s%s", name,

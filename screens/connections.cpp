@@ -42,7 +42,7 @@ bool ups_defined(int index) { return INI1.UPS[index].Name[0] != '\0'; }
 
 void describe_ups(int index, char *line, size_t size) {
     const UpsEntry &entry = INI1.UPS[index];
-    char name[sizeof entry.Name + 1];
+    char name[sizeof entry.Name + 16 + 1];  // room for the padding of a name in UTF-8
     std::snprintf(name, sizeof name, "%.*s", static_cast<int>(sizeof entry.Name), entry.Name);
     char model[64];
     std::snprintf(model, sizeof model, "%s",

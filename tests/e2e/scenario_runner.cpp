@@ -191,10 +191,12 @@ private:
         return editor_->marker_row() == target ? "" : "the marker is on " + std::to_string(editor_->marker_row());
     }
 
-    // $DIR is the Korvel directory (ending in "/"), $DATA tests/data/, $PATH the tests' own.
+    // $DIR is the Korvel directory (ending in "/"), $DATA tests/data/, $LANGS
+    // the shipped language files' folder, $PATH the tests' own.
     std::string expand(std::string word) {
         const char *path = getenv("PATH");
         for (auto name : {std::make_pair("$DIR", editor().dir.path()), std::make_pair("$DATA", std::string(CORVANE_TEST_DATA)),
+                          std::make_pair("$LANGS", std::string(CORVANE_DATA_DIR)),
                           std::make_pair("$PATH", std::string(path ? path : ""))}) {
             size_t at = word.find(name.first);
             if (at != std::string::npos) word.replace(at, std::strlen(name.first), name.second);

@@ -46,7 +46,8 @@ TEST(Terminal, DrawingIsByteExact) {
         std::string title, expected;
     } titles[] = {{"", kSide},
                   {std::string(62, 'x'), "\n\r****" + std::string(62, 'x') + "****"},
-                  {std::string(70, 'T'), "\n\r****" + std::string(70, 'T') + "****"}};
+                  {std::string(70, 'T'), "\n\r****" + std::string(70, 'T') + "****"},
+                  {"Aufträge", "\n\r****" + std::string(27, ' ') + "Aufträge" + std::string(27, ' ') + "****"}};
     for (const auto &t : titles) {
         print_center(t.title.c_str());
         EXPECT_EQ(console.take_output(), t.expected) << t.title;
@@ -66,7 +67,9 @@ TEST(Terminal, PaddingAndCentringInPlace) {
         const char *fill, *expected;
     } cases[] = {{false, "ab", 5, " ", "ab   "}, {false, "ab   ", 3, ".", "ab   "},   {false, "", 4, "-", "----"},
                  {true, "ab", 7, ".", "..ab..."},  {true, "ab", 6, "<>", "<><>ab"}, {true, "toolong", 4, ".", "toolong"},
-                 {true, "x", 200, ".", "x"}};
+                 {true, "x", 200, ".", "x"},
+                 // what the terminal shows counts: one column per UTF-8 character
+                 {false, "Grün", 6, " ", "Grün  "}, {true, "Grün", 8, ".", "..Grün.."}, {true, "äbc", 5, "<<<", "<<<äb"}};
     for (const auto &c : cases) {
         char text[300];
         std::strcpy(text, c.text);
@@ -167,6 +170,7 @@ TEST(TextEntry, WhatIsKeptAndWhatRings) {
         {32, "\n", "=", 0}, {32, ESC + "[Anew\n", "=", 0}, {32, "ab\n", "ab", 0},
         {32, std::string("a\"b") + '\0' + "c\n", "abc", 2},  // what the files cannot hold
         {260, std::string(300, 'p') + "\n", std::string(258, 'p'), 42},
+        {6, "aää\n", "aä", 1},  // cut at the width, never inside a character
     };
     for (const auto &c : cases) {
         ConsoleCapture console;
@@ -281,17 +285,10 @@ TEST(Language, LoadingRules) {
     FreeText();
 }
 
-// Every text the editor uses is worded, within a frame's width; the rest
-// stays empty, and yes and no start with different letters.
-TEST(Language, EnglishHasEveryTextTheEditorUses) {
-    ScratchDir dir;
-    std::ifstream file(std::string(CORVANE_DATA_DIR) + "lang_00.ini");
-    std::string first;
-    std::getline(file, first);
-    EXPECT_EQ(first, "English");
-    dir.write("lang_00.ini", read_file(std::string(CORVANE_DATA_DIR) + "lang_00.ini"));
-    ASSERT_EQ(AllocText(), 0);
-    ASSERT_EQ(LoadText(kCorvane, 0), 0);
+// Every text the editor uses is worded in every shipped language, within a
+// frame's width on the screen; the rest stays empty, and yes and no start
+// with different letters.
+TEST(Language, EveryShippedLanguageHasEveryTextTheEditorUses) {
     std::vector<int> used = {0,   2,   3,   4,   5,   7,   8,   11,  12,  15,  16,  17,  18,  19,  20,  21,  23,  24,
                              25,  26,  27,  30,  33,  34,  35,  37,  38,  41,  42,  43,  47,  49,  50,  51,  57,  58,
                              59,  60,  62,  65,  66,  68,  72,  73,  74,  77,  78,  101, 102, 103, 104, 105, 116, 117,
@@ -303,16 +300,30 @@ TEST(Language, EnglishHasEveryTextTheEditorUses) {
                        {273, 278}, {384, 391}, {400, 421}, {1000, 1006}}) {
         for (int n = range.first; n <= range.second; ++n) used.push_back(n);
     }
-    int worded = 0;
-    for (int n = 0; n < kTextCount; ++n) worded += LangText[n][0] != '\0';
-    for (int n : used) {
-        EXPECT_GT(std::strlen(LangText[n]), 0u) << "text " << n << " is used but empty";
-        EXPECT_LE(std::strlen(LangText[n]), n == kTextWindowTooSmall ? 100u : 62u) << "text " << n << " is too wide";
+    const struct {
+        const char *file, *name;
+        int number;
+    } languages[] = {{"lang_00.ini", "English", 0}, {"lang_01.ini", "Deutsch", 1}};
+    for (const auto &language : languages) {
+        SCOPED_TRACE(language.file);
+        ScratchDir dir;
+        const std::string text = read_file(std::string(CORVANE_DATA_DIR) + language.file);
+        EXPECT_EQ(text.substr(0, text.find('\n')), language.name);
+        dir.write(language.file, text);
+        ASSERT_EQ(AllocText(), 0);
+        ASSERT_EQ(LoadText(kCorvane, language.number), 0);
+        int worded = 0;
+        for (int n = 0; n < kTextCount; ++n) worded += LangText[n][0] != '\0';
+        for (int n : used) {
+            EXPECT_GT(std::strlen(LangText[n]), 0u) << "text " << n << " is used but empty";
+            EXPECT_NE(std::string(LangText[n]).substr(0, 5), "Text ") << "text " << n << " is missing";
+            EXPECT_LE(columns(LangText[n]), n == kTextWindowTooSmall ? 100u : 62u) << "text " << n << " is too wide";
+        }
+        EXPECT_EQ(worded, static_cast<int>(used.size())) << "texts no screen uses stay empty";
+        EXPECT_NE(std::tolower(LangText[316][0]), std::tolower(LangText[317][0]));
+        EXPECT_STREQ(LangFileVersion, "5.3.0");
+        FreeText();
     }
-    EXPECT_EQ(worded, static_cast<int>(used.size())) << "texts no screen uses stay empty";
-    EXPECT_NE(std::tolower(LangText[316][0]), std::tolower(LangText[317][0]));
-    EXPECT_STREQ(LangFileVersion, "5.3.0");
-    FreeText();
 }
 
 }  // namespace
