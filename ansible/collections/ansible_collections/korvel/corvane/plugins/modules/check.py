@@ -12,14 +12,8 @@ description:
   - Reads the Korvel directory as Korvel does, with C(corvanectl check --json), and fails when Korvel would read
     something differently from what the files say (an error). Warnings do not fail the task.
   - Never changes anything.
-options:
-  path:
-    description: The Korvel directory.
-    type: path
-    required: true
-  corvanectl:
-    description: The corvanectl program to run; by default the one in C(path), else the one on PATH.
-    type: path
+extends_documentation_fragment:
+  - korvel.corvane.corvanectl
 attributes:
   check_mode:
     support: full

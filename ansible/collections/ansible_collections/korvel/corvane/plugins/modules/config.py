@@ -15,20 +15,15 @@ description:
     nothing.
   - Fails with corvanectl's own message (the key, the value and what is allowed) when a value is refused, and
     when a running editor holds the directory.
+extends_documentation_fragment:
+  - korvel.corvane.corvanectl
 options:
-  path:
-    description: The Korvel directory.
-    type: path
-    required: true
   settings:
     description:
       - The keys to set, in the shape of C(corvanectl dump --json) - file name, section, key, value. Texts are
         strings and numbers are numbers. Keys not given are left as they are.
     type: dict
     required: true
-  corvanectl:
-    description: The corvanectl program to run; by default the one in C(path), else the one on PATH.
-    type: path
 attributes:
   check_mode:
     support: full
