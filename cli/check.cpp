@@ -46,13 +46,6 @@ std::string shown(const char *text) {
     return line.size() > 40 ? line.substr(0, 40) + "..." : line;
 }
 
-unsigned number_at(const unsigned char *where, int width) {
-    if (width == 1) return *where;
-    uint16_t value;
-    std::memcpy(&value, where, sizeof value);
-    return value;
-}
-
 void note_line(const ReadLine &line) {
     std::string file = current_file(line.file);
     if (file != reading) reading = file, header_seen = -1;
@@ -87,7 +80,7 @@ void note_line(const ReadLine &line) {
         }
         return;
     }
-    unsigned stored = number_at(line.where, line.width);
+    unsigned stored = field_number(line.where, static_cast<unsigned>(line.width));
     bool digits = !value.empty() && value.size() <= 10 && value.find_first_not_of("0123456789") == std::string::npos;
     if (digits && std::stoull(value) == stored) return;
     if (line.file == kJobsIni && std::strcmp(line.key, "Shutdown") == 0 && digits && stored == 0) {

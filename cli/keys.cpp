@@ -1,5 +1,6 @@
 #include "cli/keys.h"
 
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 
@@ -12,16 +13,8 @@ namespace {
 unsigned char *group_base(int group) { return reinterpret_cast<unsigned char *>(&INI.Group[group]); }
 unsigned char *record_base() { return reinterpret_cast<unsigned char *>(&INI); }
 
-unsigned number_at(const unsigned char *where, unsigned width) {
-    if (width == 1) return *where;
-    uint16_t value;
-    std::memcpy(&value, where, sizeof value);
-    return value;
-}
-
 bool first_in_use(const SectionKind &kind, const unsigned char *entry) {
-    const Field &first = key_set(kind.file, kind.key_set).fields[0];
-    return first.kind == FieldKind::Text ? entry[first.offset] != 0 : number_at(entry + first.offset, first.width) != 0;
+    return entry_used(key_set(kind.file, kind.key_set), entry);
 }
 
 // The record's index of the n-th entry in use among `count`, or of the first
@@ -119,7 +112,7 @@ std::string key_value(const KeyRef &key) {
         const char *text = reinterpret_cast<const char *>(key.where);
         return std::string(text, strnlen(text, key.field->width));
     }
-    return std::to_string(number_at(key.where, key.field->width));
+    return std::to_string(field_number(key.where, key.field->width));
 }
 
 std::string check_value(const KeyRef &key, const std::string &value) {

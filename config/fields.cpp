@@ -315,3 +315,16 @@ const char *LineNames(int file, int set, int slot) {
     const KeySet &keys = key_set(file, set);
     return slot >= 0 && slot < keys.count ? keys.fields[slot].key : "";
 }
+
+unsigned field_number(const unsigned char *where, unsigned width) {
+    if (width == 1) return *where;
+    uint16_t value;
+    std::memcpy(&value, where, sizeof value);
+    return value;
+}
+
+bool entry_used(const KeySet &keys, const unsigned char *entry) {
+    const Field &first = keys.fields[0];
+    const unsigned char *where = entry + first.offset;
+    return first.kind == FieldKind::Text ? where[0] != 0 : field_number(where, first.width) != 0;
+}

@@ -56,6 +56,12 @@ const KeySet &key_set(int file, int set);
 // The kind whose names include `slot` of `file`, or null.
 const SectionKind *section_kind(int file, int slot);
 
+// A number field's value: one byte, or a 16-bit word.
+unsigned field_number(const unsigned char *where, unsigned width);
+// Whether an entry of a series is in use: its first field (a name, a
+// schedule text, the first condition of an event) is not empty or zero.
+bool entry_used(const KeySet &keys, const unsigned char *entry);
+
 // The name of section `slot` of `file` ("" for an unused slot).
 const char *SectionNames(int file, int slot);
 // The spelling of key `slot` of key set `set` of `file` ("" for an unused slot).

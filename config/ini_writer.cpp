@@ -16,21 +16,6 @@
 
 static const unsigned char *record_end() { return reinterpret_cast<const unsigned char *>(&INI) + sizeof INI; }
 
-static unsigned number_at(const unsigned char *where, unsigned width) {
-    if (width == 1) return *where;
-    uint16_t value;
-    std::memcpy(&value, where, sizeof value);
-    return value;
-}
-
-// An entry is in use when its first field (a name, a schedule text, the
-// first condition of an event) is not empty or zero.
-static bool in_use(const KeySet &keys, const unsigned char *entry) {
-    const Field &first = keys.fields[0];
-    const unsigned char *where = entry + first.offset;
-    return first.kind == FieldKind::Text ? where[0] != 0 : number_at(where, first.width) != 0;
-}
-
 static void write_section(ReplaceFile &out, const char *header, const KeySet &keys, const SectionKind &kind,
                           const unsigned char *entry) {
     replace_printf(out, "%s\n", header);
@@ -50,7 +35,7 @@ static void write_section(ReplaceFile &out, const char *header, const KeySet &ke
             }
             replace_printf(out, "%s=\"%.*s\"\n", field.key, static_cast<int>(length), text);
         } else {
-            unsigned value = number_at(where, field.width);
+            unsigned value = field_number(where, field.width);
             if (kind.skip_zero_keys && value == 0) continue;
             replace_printf(out, "%s=%u\n", field.key, value);
         }
@@ -89,7 +74,7 @@ int write_ini_file(IniFile file, const char *name, const unsigned char *base,
         unsigned written = 0;
         for (unsigned index = 0; index < kind.entries; ++index) {
             const unsigned char *entry = base + kind.base + index * kind.entry_size;
-            if (kind.compact && !in_use(keys, entry)) continue;
+            if (kind.compact && !entry_used(keys, entry)) continue;
             std::snprintf(header, sizeof header, "[%s%02u]", kind.name, kind.compact ? written : index);
             write_section(out, header, keys, kind, entry);
             ++written;
