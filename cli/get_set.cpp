@@ -6,6 +6,7 @@
 #include "cli/keys.h"
 #include "cli/store.h"
 #include "config/record.h"
+#include "schedule/codec.h"
 
 int run_get(const std::vector<std::string> &keys) {
     std::vector<std::string> values;
@@ -52,6 +53,8 @@ int run_changes(const std::vector<Change> &changes, bool dry_run) {
         store_value(key, change.second);
         lines.push_back(key.name + ": " + old + " -> " + change.second);
     }
+    // A schedule is saved from its decoded fields: decode the texts set.
+    DecodeSchedules();
     // Rules between fields, as the screens keep them.
     bool bounds_changed = INI.System.DataLogMin != INI1.System.DataLogMin || INI.System.DataLogMax != INI1.System.DataLogMax;
     if (bounds_changed && INI.System.DataLogMin >= INI.System.DataLogMax) {

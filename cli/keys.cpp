@@ -125,6 +125,9 @@ std::string check_value(const KeyRef &key, const std::string &value) {
         bool model = (key.kind->name == std::string("System") && value.size() && std::strcmp(field.key, "KeyCode") == 0) ||
                      (key.kind->name == std::string("UPS_") && std::strcmp(field.key, "Type") == 0);
         if (model && !FindUpsModelTxt(value.c_str(), value.size())) return "a valid UPS model code";
+        if (key.kind->name == std::string("Schedule_") && (value.size() != 18 || value.find_first_not_of("0123456789ABCDEFabcdef") != std::string::npos)) {
+            return "18 hexadecimal digits: start time, UPS, action, period, day";
+        }
         return "";
     }
     unsigned low = 0, high = field.width == 1 || field.kind == FieldKind::Switch ? 255 : 65535;
