@@ -52,6 +52,11 @@ const FieldLimit kLimits[] = {
     {"UPS", "*", 0, kUpsEntries, nullptr},  // a group member: UPS entry n - 1, 0 none
     {"Event_", "Type*", 0, 255, nullptr},   // conditions and their qualifiers keep 8 bits
     {"Event_", "Priority*", 0, 255, nullptr},
+    // 0 is no value: a save writes the default (25, 5, 1, 9200) instead.
+    {"EmailConfig", "Port", 1, 65535, nullptr},
+    {"EmailConfig", "Timeout", 1, 65535, nullptr},
+    {"BriskenModemConfig", "DeviceNo", 1, 65535, nullptr},
+    {"WapConfig", "Port", 1, 65535, nullptr},
 };
 
 bool matches(const char *pattern, const char *key) {
