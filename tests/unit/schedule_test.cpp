@@ -64,6 +64,16 @@ TEST(Calendar, DatesAndTimesInTwoZones) {
     ScheduleNow = saved;
 }
 
+TEST(Calendar, TotalSecondsCarryAndStayInRange) {
+    ZoneSetting zone("UTC");
+    const struct {
+        int year, month, day, second;
+        int64_t expected;
+    } cases[] = {{112, 0, 0, 86400 * 31, utc(2012, 2, 1, 0, 0)},  // seconds carry into minutes, hours and days
+                 {70, 0, 0, 0, -1}, {70, 0, 0, 1, 1}, {139, 0, 0, 0, -1}, {137, 12, 0, 0, utc(2038, 1, 1, 0, 0)}};
+    for (const auto &c : cases) EXPECT_EQ(totalsec(c.year, c.month, c.day, 0, 0, c.second), c.expected) << c.year;
+}
+
 TEST(ScheduleText, DecodedAndEncoded) {
     std::memset(&INI, 0, sizeof INI);
     const char *texts[] = {"50A1B2C30001020305", "50a1b2c30001020305", "50A1"};
