@@ -36,9 +36,7 @@ std::map<std::tuple<int, int, int, std::string>, std::pair<std::string, int>> re
 std::string reading;  // the file being read
 int header_seen = -1;  // the last file of which a header was read
 
-std::string current_file(int file, int group = g_index) {
-    return file_name(static_cast<IniFile>(file), group);
-}
+std::string current_file(int file, int group = g_index) { return file_name(static_cast<IniFile>(file), group); }
 
 std::string shown(const char *text) {
     std::string line(text);
@@ -176,11 +174,10 @@ int run_check(bool json) {
     check_record();
     // In the order the files are read, line by line.
     auto rank = [](const std::string &file) {
-        static const char *const kOrder[] = {"korvel.ini", "jobs.ini", "jobsSTS.ini", "group_", "sensor.ini"};
-        for (int i = 0; i < 5; ++i) {
-            if (file.compare(0, std::strlen(kOrder[i]), kOrder[i]) == 0) return std::make_pair(i, file);
-        }
-        return std::make_pair(5, file);
+        IniFile kind = kKorvelIni;
+        int group = 0;
+        parse_file_name(file, kind, group);
+        return std::make_pair(reading_rank(kind), file);
     };
     std::stable_sort(findings.begin(), findings.end(), [&](const Finding &a, const Finding &b) {
         return std::make_pair(rank(a.file), a.line) < std::make_pair(rank(b.file), b.line);

@@ -17,27 +17,25 @@ using Json = nlohmann::ordered_json;
 
 // Every key a save would write, in its order.
 void each_key(const std::function<void(const std::string &file, const std::string &section, const KeyRef &key)> &visit) {
-    std::vector<std::string> files = {"korvel.ini", "jobs.ini", "jobsSTS.ini"};
     int groups = 0;
     for (const GroupEntry &group : INI.Group) groups += group.Name[0] != 0;
-    for (int g = 0; g < groups; ++g) files.push_back(file_name(kGroupIni, g));
-    files.push_back("sensor.ini");
-    for (const std::string &file : files) {
-        KeyRef probe;
+    std::vector<std::pair<IniFile, std::string>> files;
+    for (IniFile of : kReadingOrder) {
+        for (int g = 0; g < (of == kGroupIni ? groups : 1); ++g) files.emplace_back(of, file_name(of, g));
+    }
+    for (const auto &file : files) {
         for (int k = 0; k < kSectionKindCount; ++k) {
             const SectionKind &kind = kSectionKinds[k];
-            IniFile of = file.compare(0, 6, "group_") == 0 ? kGroupIni : file == "jobs.ini" ? kJobsIni
-                       : file == "jobsSTS.ini" ? kJobsStsIni : file == "sensor.ini" ? kSensorIni : kKorvelIni;
-            if (kind.file != of) continue;
+            if (kind.file != file.first) continue;
             const KeySet &keys = key_set(kind.file, kind.key_set);
             for (int number = 0; number < kind.entries; ++number) {
-                std::string section = section_name(kind, number);
+                const std::string section = file.second + ":" + section_name(kind, number) + ".";
                 KeyRef key;
-                if (!resolve_key(file + ":" + section + "." + keys.fields[0].key, key).empty() || !entry_in_use(key)) break;
+                if (!resolve_key(section + keys.fields[0].key, key).empty() || !entry_in_use(key)) break;
                 for (int slot = 0; slot < keys.count; ++slot) {
-                    resolve_key(file + ":" + section + "." + keys.fields[slot].key, key);
+                    resolve_key(section + keys.fields[slot].key, key);
                     if (kind.skip_zero_keys && key_value(key) == "0") continue;
-                    visit(file, section, key);
+                    visit(file.second, section_name(kind, number), key);
                 }
             }
         }

@@ -1,10 +1,12 @@
 #include "cli/keys.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstring>
 
 #include "app/model_code.h"
+#include "config/ini_reader.h"
 #include "config/limits.h"
 #include "config/record.h"
 
@@ -39,12 +41,28 @@ bool two_digits(const std::string &text, size_t at, int &number) {
 
 }  // namespace
 
+int reading_rank(IniFile file) {
+    return static_cast<int>(std::find(std::begin(kReadingOrder), std::end(kReadingOrder), file) - std::begin(kReadingOrder));
+}
+
 std::string file_name(IniFile file, int group_number) {
     static const char *const kNames[] = {"korvel.ini", "jobs.ini", nullptr, "sensor.ini", "jobsSTS.ini"};
     if (file != kGroupIni) return kNames[file];
     char name[16];
-    std::snprintf(name, sizeof name, "group_%02d.ini", group_number);
+    group_file_name(name, sizeof name, group_number);
     return name;
+}
+
+bool parse_file_name(const std::string &name, IniFile &file, int &group_number) {
+    if (name.compare(0, 6, "group_") == 0 && name.size() == 12 && name.compare(8, 4, ".ini") == 0 &&
+        two_digits(name.substr(0, 8), 6, group_number)) {
+        file = kGroupIni;
+        return true;
+    }
+    for (IniFile f : kReadingOrder) {
+        if (f != kGroupIni && name == file_name(f, 0)) return file = f, true;
+    }
+    return false;
 }
 
 std::string section_name(const SectionKind &kind, int number) {
@@ -63,17 +81,10 @@ std::string resolve_key(const std::string &text, KeyRef &key) {
     if (dot == std::string::npos) return "not FILE:SECTION.KEY";
     std::string section = rest.substr(0, dot), name = rest.substr(dot + 1);
     int number = 0;
-    if (file.compare(0, 6, "group_") == 0 && file.size() == 12 && file.compare(8, 4, ".ini") == 0 &&
-        two_digits(file.substr(0, 8), 6, number)) {
-        key.file = kGroupIni;
+    if (!parse_file_name(file, key.file, number)) return "no such file: " + file;
+    if (key.file == kGroupIni) {
         key.group = nth_in_use(number, kGroups, [](int g) { return INI.Group[g].Name[0] != 0; });
         if (key.group < 0) return "no such group file: groups are numbered without gaps";
-    } else {
-        bool known = false;
-        for (IniFile f : {kKorvelIni, kJobsIni, kSensorIni, kJobsStsIni}) {
-            if (file == file_name(f, 0)) key.file = f, known = true;
-        }
-        if (!known) return "no such file: " + file;
     }
     for (int k = 0; k < kSectionKindCount && !key.kind; ++k) {
         const SectionKind &kind = kSectionKinds[k];

@@ -39,5 +39,12 @@ void store_value(const KeyRef &key, const std::string &value);
 // The name of section `index` of a file's kind ("System", "UPS_03"), numbered
 // as after a save.
 std::string section_name(const SectionKind &kind, int number);
-// The names of the files of INI as a save writes them, in the order it writes them.
+// The files in the order Korvel reads them and a save writes them.
+constexpr IniFile kReadingOrder[] = {kKorvelIni, kJobsIni, kJobsStsIni, kGroupIni, kSensorIni};
+// A file's place in that order, from 0.
+int reading_rank(IniFile file);
+// The name of a file as a save writes it; a group file's by its number.
 std::string file_name(IniFile file, int group_number);
+// The file `name` names, and a group file's number; false for a name that
+// is none of Korvel's files.
+bool parse_file_name(const std::string &name, IniFile &file, int &group_number);

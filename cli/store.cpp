@@ -1,5 +1,7 @@
 #include "cli/store.h"
 
+#include "cli/keys.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -20,10 +22,12 @@ void complain(const std::string &message) { std::fprintf(stderr, "corvanectl: %s
 int files_for(const std::vector<std::string> &keys) {
     int count = 1;
     for (const std::string &key : keys) {
-        std::string file = key.substr(0, key.find(':') == std::string::npos ? 0 : key.find(':'));
-        int needed = file.empty() || file == "korvel.ini" ? 1 : file == "jobs.ini" ? 2 : file == "jobsSTS.ini" ? 3
-                   : file.compare(0, 6, "group_") == 0 ? 4 : 5;
-        count = std::max(count, needed);
+        size_t colon = key.find(':');
+        IniFile file = kKorvelIni;
+        int group = 0;
+        // A name that is none of the files is refused later, after a whole load.
+        bool known = colon == std::string::npos || parse_file_name(key.substr(0, colon), file, group);
+        count = std::max(count, known ? reading_rank(file) + 1 : 5);
     }
     return count;
 }
