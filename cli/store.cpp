@@ -40,13 +40,13 @@ int load_directory(const std::string &directory, bool lock, int files) {
         int error = lock_directory(ProgramDir);
         if (error == EWOULDBLOCK) return complain(directory + ": an editor holds this Korvel directory"), kLocked;
         if (error) return complain(directory + ": " + std::strerror(error)), kCannotLoad;
+        // Only a command that writes asks, before its save, what changed meanwhile.
+        remember_files(ProgramDir);
     }
     // The reader's own traces are the editor's debugging aid, not ours.
     ConsoleOut = std::fopen("/dev/null", "w");
-    remember_files(ProgramDir);
-    int result = LoadINIFiles(files);
-    if (result == 1) return complain(dir + "korvel.ini: " + std::strerror(ENOENT)), kCannotLoad;
-    if (result != 0) return complain(std::string(UnreadablePath) + ": " + UnreadableReason()), kCannotLoad;
+    // A missing korvel.ini is noted like an unreadable file.
+    if (LoadINIFiles(files) != 0) return complain(std::string(UnreadablePath) + ": " + UnreadableReason()), kCannotLoad;
     return kDone;
 }
 
