@@ -98,15 +98,6 @@ void warn(std::pair<std::string, int> where, const std::string &message) {
     findings.push_back({where.first, where.second, false, message});
 }
 
-// The record's UPS index as a save would number it (entries in use are
-// renumbered from 0), or -1 for an entry not in use.
-int saved_index(int index) {
-    if (index < 0 || index >= kUpsEntries || !INI.UPS[index].Name[0]) return -1;
-    int number = 0;
-    for (int i = 0; i < index; ++i) number += INI.UPS[i].Name[0] != 0;
-    return number;
-}
-
 void check_record() {
     int kUpsSlot = 0, kScheduleSlot = 0;
     for (int k = 0; k < kSectionKindCount; ++k) {
@@ -130,12 +121,12 @@ void check_record() {
         }
     }
     auto reference = [&](int index, std::pair<std::string, int> where, const std::string &what) {
-        int saved = saved_index(index);
-        auto ups = [](int number) { return std::string(number < 10 ? "UPS_0" : "UPS_") + std::to_string(number); };
+        int saved = saved_ups_number(index);
         if (saved < 0) {
-            warn(where, what + " names " + ups(index) + ", which is not defined");
+            warn(where, what + " names " + ups_section(index) + ", which is not defined");
         } else if (saved != index) {
-            warn(where, what + " names " + ups(index) + ", which a save writes as " + ups(saved) + ": it would then name another UPS");
+            warn(where, what + " names " + ups_section(index) + ", which a save writes as " + ups_section(saved) +
+                            ": it would then name another UPS");
         }
     };
     for (int s = 0; s < kSchedules; ++s) {

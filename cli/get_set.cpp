@@ -65,7 +65,7 @@ int run_changes(const std::vector<Change> &changes, bool dry_run) {
     for (int i = 0; i < kUpsEntries; ++i) {
         const UpsEntry &ups = INI.UPS[i], &was = INI1.UPS[i];
         if (!ups.Name[0] || std::memcmp(&ups, &was, sizeof ups) == 0) continue;
-        std::string name = std::string("UPS_") + (i < 10 ? "0" : "") + std::to_string(i);
+        std::string name = ups_section(saved_ups_number(i));  // as the keys number it
         // The system shutdown is on exactly when its delay or its lead time is.
         if (ups.SystemShutdown != (ups.SystemShutDelayAllow || ups.SystemShutLeadAllow ? 1 : 0)) {
             return complain(name + ".SystemShutdown=" + std::to_string(ups.SystemShutdown) +

@@ -41,6 +41,19 @@ bool two_digits(const std::string &text, size_t at, int &number) {
 
 }  // namespace
 
+int saved_ups_number(int index) {
+    if (index < 0 || index >= kUpsEntries || !INI.UPS[index].Name[0]) return -1;
+    int number = 0;
+    for (int i = 0; i < index; ++i) number += INI.UPS[i].Name[0] != 0;
+    return number;
+}
+
+std::string ups_section(int number) {
+    char name[16];
+    std::snprintf(name, sizeof name, "UPS_%02d", number);
+    return name;
+}
+
 int reading_rank(IniFile file) {
     return static_cast<int>(std::find(std::begin(kReadingOrder), std::end(kReadingOrder), file) - std::begin(kReadingOrder));
 }

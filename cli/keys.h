@@ -39,6 +39,12 @@ void store_value(const KeyRef &key, const std::string &value);
 // The name of section `index` of a file's kind ("System", "UPS_03"), numbered
 // as after a save.
 std::string section_name(const SectionKind &kind, int number);
+// The number a save gives UPS entry `index` of the record (the entries in
+// use counted from 0), or -1 for an entry not in use; and the section name
+// "UPS_nn" of a number.
+int saved_ups_number(int index);
+std::string ups_section(int number);
+
 // The files in the order Korvel reads them and a save writes them.
 constexpr IniFile kReadingOrder[] = {kKorvelIni, kJobsIni, kJobsStsIni, kGroupIni, kSensorIni};
 // A file's place in that order, from 0.
