@@ -10,6 +10,7 @@
 #include "cli/keys.h"
 #include "cli/store.h"
 #include "config/record.h"
+#include "console/terminal.h"
 
 namespace {
 
@@ -47,11 +48,10 @@ void each_key(const std::function<void(const std::string &file, const std::strin
 // is lost on the way back.
 bool utf8(const std::string &text) {
     for (size_t i = 0; i < text.size();) {
-        unsigned char c = static_cast<unsigned char>(text[i]);
-        size_t length = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
+        size_t length = static_cast<size_t>(utf8_length(static_cast<unsigned char>(text[i])));
         if (length == 0 || i + length > text.size()) return false;
         for (size_t k = 1; k < length; ++k) {
-            if ((static_cast<unsigned char>(text[i + k]) >> 6) != 2) return false;
+            if (!utf8_continuation(static_cast<unsigned char>(text[i + k]))) return false;
         }
         i += length;
     }

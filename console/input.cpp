@@ -130,13 +130,9 @@ static int read_line(char *line, int keep, LineKind kind) {
     }
     if (kind == LineKind::Text && count == keep) {
         // A line cut at the field's width never ends in part of a character.
-        int start = count;
-        while (start > 0 && (static_cast<unsigned char>(line[start - 1]) & 0xC0) == 0x80) --start;
-        if (start > 0) {
-            unsigned char lead = static_cast<unsigned char>(line[start - 1]);
-            int length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
-            if (start - 1 + length > count) count = start - 1;
-        }
+        int lead = count - 1;
+        while (lead > 0 && utf8_continuation(static_cast<unsigned char>(line[lead]))) --lead;
+        if (lead >= 0 && lead + utf8_length(static_cast<unsigned char>(line[lead])) > count) count = lead;
     }
     line[count] = '\0';
     return count;

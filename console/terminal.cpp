@@ -79,9 +79,8 @@ void print_line(int style) {
 }
 
 std::size_t columns(const char *text) {
-    // Every byte but a UTF-8 continuation byte starts a character.
     std::size_t count = 0;
-    for (const unsigned char *at = reinterpret_cast<const unsigned char *>(text); *at; ++at) count += (*at & 0xC0) != 0x80;
+    for (const unsigned char *at = reinterpret_cast<const unsigned char *>(text); *at; ++at) count += !utf8_continuation(*at);
     return count;
 }
 
@@ -117,7 +116,7 @@ char *center(char *text, std::size_t width, const char *fill) {
     // As much of the text as fits, whole characters only.
     for (std::size_t at = 0; at < bytes && shown < width; ++shown) {
         do result[used++] = text[at++];
-        while (at < bytes && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80);
+        while (at < bytes && utf8_continuation(static_cast<unsigned char>(text[at])));
     }
     while (shown < width) append_fill();
     result[used] = '\0';

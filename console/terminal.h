@@ -51,6 +51,12 @@ char *dopln(char *text, std::size_t width, const char *fill);
 // The columns a text takes on the terminal: one per UTF-8 character (for
 // ASCII, its length). print_center, dopln and center count these.
 std::size_t columns(const char *text);
+// UTF-8: whether a byte continues a character, and the length of the
+// character a byte starts (0 for a byte that starts none).
+inline bool utf8_continuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
+inline int utf8_length(unsigned char lead) {
+    return lead < 0x80 ? 1 : lead < 0xC0 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF8 ? 4 : 0;
+}
 // Centres `text` within `width` (< 200) columns using `fill`; the result
 // is exactly `width` columns wide, so `text` needs room for the fill bytes
 // beside its own.
