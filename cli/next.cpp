@@ -1,6 +1,5 @@
 // next: the coming scheduled actions, line for line as the editor's
 // next-actions view lists them, in the time zone of the process.
-#include <cstdint>
 #include <cstdio>
 
 #include "cli/commands.h"
@@ -22,8 +21,7 @@ void print_line(const Firing &firing, void *) {
 int run_next(int days) {
     if (days < 0) return complain("--days: allowed: 0 and up"), kRefused;
     if (!load_texts()) return complain("no language file: the actions cannot be named"), kCannotLoad;
-    int64_t start = ScheduleNow(), end = start + static_cast<int64_t>(days) * 86400;
-    if (end > INT32_MAX) end = start;  // the view's own limit: schedules keep their times in 32 bits
+    int64_t start = ScheduleNow(), end = actions_end(start, days);
     // Page by page, as the view goes on from where its scan stopped.
     while (start < end) {
         int64_t before = start;

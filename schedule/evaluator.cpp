@@ -234,6 +234,11 @@ const char *schedule_action_label(unsigned action) {
     return LangText[action < sizeof kLabels / sizeof kLabels[0] && action > 0 ? kLabels[action] : 278];
 }
 
+int64_t actions_end(int64_t start, int days) {
+    int64_t end = start + static_cast<int64_t>(days) * 86400;
+    return end > INT32_MAX ? start : end;  // schedules keep their times in 32 bits: past that, nothing is listed
+}
+
 int print_next_actions(int64_t &start, int64_t end, unsigned selected) {
     print_escapeseq(SEQ_CLEAR);
     cursor_gotopos(2, 0, 0);
@@ -254,8 +259,7 @@ int print_next_actions(int64_t &start, int64_t end, unsigned selected) {
 void next_actions(NextActionsView &view) {
     constexpr unsigned kNext = 1, kBack = 3;
     int64_t start = ScheduleNow();
-    int64_t end = start + 8640000;  // 100 days
-    if (end > INT32_MAX) end = start;
+    int64_t end = actions_end(start, 100);
     // A hundred days of actions may run far past the window, as they always have.
     ConsoleFrameMayScroll = true;
     int count = print_next_actions(start, end, view.selected);

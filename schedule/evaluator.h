@@ -38,6 +38,8 @@ void format_firing(const Firing &firing, const ConfigRecord &record, char *line,
 // The label of a schedule action (text 278 for an unknown one).
 const char *schedule_action_label(unsigned action);
 
+// Where a view of the actions of `days` days from `start` ends.
+int64_t actions_end(int64_t start, int days);
 // Draws the actions of the working copy from `start` to `end` with the
 // marker on `selected`; returns the number of lines listed.
 int print_next_actions(int64_t &start, int64_t end, unsigned selected);
