@@ -217,7 +217,6 @@ private:
         w.resize(std::max<size_t>(w.size(), 6));
         auto number = [&](size_t i) { return std::stoi(w[i]); };
         Editor &e = editor();
-        const std::string path = w[1] == "." ? e.dir.path() : e.dir.path(w[1]);
 
         // The Korvel directory, before the editor starts.
         if (verb == "replace" && n == 3) {
@@ -227,25 +226,12 @@ private:
             return e.dir.write(w[1], text.replace(at, w[2].size(), w[3])), "";
         }
         if (verb == "write" && n == 2) return e.dir.write(w[1], w[2]), "";
-        if (verb == "copy" && n == 2) return e.dir.write(w[2], w[1][0] == '/' ? read_file(w[1]) : file_text(w[1])), "";
-        if (verb == "link" && n == 2) return check(symlink(w[1].c_str(), e.dir.path(w[2]).c_str()) == 0, "cannot");
-        if (verb == "remove" && n == 1) return check(std::remove(path.c_str()) == 0, "cannot");
-        if (verb == "mkdir" && n == 1) return check(mkdir(path.c_str(), 0755) == 0, "cannot");
-        if (verb == "chmod" && n == 2) return check(chmod(path.c_str(), mode_t(std::stoi(w[2], nullptr, 8))) == 0, "cannot");
         if (verb == "tmpfs" && n == 2) {
             // A small file system of its own, for a full disk (root only).
+            const std::string path = e.dir.path(w[1]);
             bool ok = mkdir(path.c_str(), 0755) == 0 && mount("tmpfs", path.c_str(), "tmpfs", 0, ("size=" + w[2] + "k").c_str()) == 0;
             if (ok) mounted_.push_back(path);
             return check(ok, "cannot mount a file system (as root?)");
-        }
-        if (verb == "fill" && n == 1) {
-            int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-            static const char block[4096] = {};
-            while (write(descriptor, block, sizeof block) > 0) {
-            }
-            int error = errno;
-            close(descriptor);
-            return check(error == ENOSPC, "the disk did not fill");
         }
         if (verb == "as-nobody" && n == 0) return e.unprivileged = true, "";
         if (verb == "stdin-null" && n == 0) return e.stdin_null = true, "";
@@ -278,15 +264,6 @@ private:
             return e.signal(signal_number(w[1])), "";
         }
         if (verb == "hangup" && n == 0) return e.hangup(), "";
-        if (verb == "second" && n == 2) {
-            // Another editor on the same directory, to its end.
-            Editor other("");
-            other.cwd = e.dir.path();
-            if (!other.start({e.dir.path("corvane")}) || !other.wait_exit(kWaitMs)) return "it did not end";
-            bool ok = WIFEXITED(other.status) && WEXITSTATUS(other.status) == number(1) &&
-                      other.output.find(w[2]) != std::string::npos;
-            return check(ok, "status " + std::to_string(other.status) + "\n" + other.screen());
-        }
         if ((verb == "sane" && n == 0) || (verb == "mode" && n == 1)) {
             struct termios state;
             if (!e.modes(&state)) return "no terminal modes";
@@ -342,10 +319,13 @@ private:
             return check(bytes == read_file(golden), "the bytes differ from " + w[1] + ":\n" + visible(bytes));
         }
 
-        // corvanectl, run beside the files as installed, to its end.
-        if (verb == "ctl" && n >= 1) {
+        // corvanectl, run beside the files as installed, or a shell command
+        // there, to its end; their output is what out, err and keep look at.
+        if ((verb == "ctl" || verb == "sh") && n >= 1) {
             if (started_.empty()) snapshot();
-            return run_ctl(number(1), std::vector<std::string>(w.begin() + 2, w.begin() + 1 + n));
+            std::vector<std::string> argv = {"/bin/sh", "-c", w[2]};
+            if (verb == "ctl") argv.assign(w.begin() + 1, w.begin() + 1 + n), argv[0] = "./corvanectl";
+            return run(number(1), argv);
         }
         if ((verb == "out" || verb == "err") && n >= 1) {
             const std::string &text = verb == "out" ? ctl_out_ : ctl_err_;
@@ -382,23 +362,6 @@ private:
             }
             return "";
         }
-        if ((verb == "exists" || verb == "missing") && n > 0) {
-            for (size_t i = 1; i <= n; ++i) {
-                if (e.dir.exists(w[i]) != (verb == "exists")) return w[i] + (verb == "exists" ? " is missing" : " exists");
-            }
-            return "";
-        }
-        if (verb == "size" && n == 2) {
-            struct stat state;
-            bool ok = lstat(path.c_str(), &state) == 0 && S_ISREG(state.st_mode) && state.st_size == std::stol(w[2]);
-            return check(ok, "not a regular file of " + w[2] + " bytes");
-        }
-        if (verb == "same-from" && n == 3) {
-            std::string a = file_text(w[1]), b = file_text(w[2]);
-            size_t at = a.find(w[3]), bt = b.find(w[3]);
-            return check(at != std::string::npos && bt != std::string::npos && a.substr(at) == b.substr(bt),
-                         "they differ from " + w[3]);
-        }
         // unchanged: the same bytes as at the start (or the snapshot);
         // untouched: not even written again.
         if ((verb == "unchanged" || verb == "untouched") && n <= 1) {
@@ -427,10 +390,8 @@ private:
         for (const std::string &name : editor().dir.list()) started_[name] = state_of(name);
     }
 
-    std::string run_ctl(int status, const std::vector<std::string> &args) {
+    std::string run(int status, std::vector<std::string> argv) {
         Editor &e = editor();
-        std::vector<std::string> argv = {e.dir.path("corvanectl")};
-        argv.insert(argv.end(), args.begin(), args.end());
         std::vector<char *> pointers;
         for (std::string &arg : argv) pointers.push_back(&arg[0]);
         pointers.push_back(nullptr);
