@@ -35,7 +35,7 @@ unsigned long setting(const char *name, unsigned long fallback) {
 
 struct Figures {
     unsigned long keys = 0, sessions = 0, saves = 0;
-    std::set<std::string> screens;
+    std::set<std::string> screens;  // the titles of the framed blocks seen
 };
 
 // The next key: mostly moves and Enter, sometimes a line of text or a number.
@@ -66,16 +66,6 @@ std::string next_key(std::mt19937 &random) {
     }
     static const char *const kNumbers[] = {"0", "1", "2", "8", "30", "99", "255", "1000", "9999", "65535", "70000", "-1"};
     return std::string(kNumbers[pick(0, 11)]) + "\r";
-}
-
-// The titles of the framed blocks on the screen.
-void note_screens(const Editor &session, std::set<std::string> &screens) {
-    static const std::regex kTitle(R"(^\*\*\*\* +(\S.*\S|\S) +\*\*\*\*$)");
-    for (int row = 0; row < 40; ++row) {
-        std::smatch match;
-        std::string text = session.row(row);
-        if (std::regex_match(text, match, kTitle)) screens.insert(match[1]);
-    }
 }
 
 // The files a save wrote, loaded and saved again elsewhere, must not change.
@@ -141,21 +131,23 @@ void monkey(const std::string &korvel_dir, unsigned long seed, unsigned long sec
                     << unread << " bytes unread\n"
                     << editor->screen();
             }
-            if (figures.keys % 4 == 0) note_screens(*editor, figures.screens);
+            static const std::regex kTitle(R"(^\*\*\*\* +(\S.*\S|\S) +\*\*\*\*$)");
+            std::smatch title;
+            for (int row = 0; row < 40 && figures.keys % 4 == 0; ++row) {
+                std::string text = editor->row(row);
+                if (std::regex_match(text, title, kTitle)) figures.screens.insert(title[1]);
+            }
         }
-        if (!editor->exited) {
-            editor->hangup();
-            ASSERT_TRUE(editor->wait_exit(5000)) << "still running after the terminal was closed";
-            expect_only_korvel_files(editor->dir, work);
-            return;
-        }
-        editor->wait_exit(5000);
+        bool closed = !editor->exited;
+        if (closed) editor->hangup();
+        ASSERT_TRUE(editor->wait_exit(5000)) << "still running after the terminal was closed";
+        expect_only_korvel_files(editor->dir, work);
+        if (closed) return;
         const std::string &output = editor->output;
         int status = editor->status;
         ASSERT_TRUE(WIFEXITED(status) && (WEXITSTATUS(status) == 0 || WEXITSTATUS(status) == 1))
             << "ended with status " << status << " (seed " << seed << ")\n"
             << output.substr(output.size() > 4000 ? output.size() - 4000 : 0);
-        expect_only_korvel_files(editor->dir, work);
         if (WEXITSTATUS(status) == 1) {
             ++figures.saves;
             expect_saved_files_stable(*editor, again);
