@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "config/record.h"
-#include "console/lang.h"
 #include "schedule/calendar.h"
 #include "schedule/codec.h"
 #include "schedule/evaluator.h"
@@ -110,30 +109,6 @@ TEST(ScheduleText, DecodedAndEncoded) {
     EXPECT_STREQ(INI.Schedule[2].Data, "0A0B0C0D000F07040A") << "leading zeros kept";
     const ScheduleEntry zero = {};
     EXPECT_EQ(std::memcmp(&INI.Schedule[3], &zero, sizeof zero), 0) << "action 0: the whole entry cleared";
-}
-
-TEST(JobDefaults, MessagesAndIntervalsByJobNumber) {
-    ASSERT_EQ(AllocText(), 0);
-    for (int n : {79, 80, 100, 341, 384, 391, 402}) std::snprintf(LangText[n], kTextSize, "T%d", n);
-    const struct {
-        int index, mode;
-        const char *message;
-        unsigned interval;
-    } cases[] = {{0, 0, "T79", 60},  {1, 0, "T80", 0},    {2, 0, "T341", 60}, {2, 1, "T402", 60},
-                 {21, 0, "T100", 0}, {22, 0, "T384", 60}, {23, 0, nullptr, 60}, {24, 0, nullptr, 0},
-                 {27, 0, nullptr, 0}, {28, 0, nullptr, 60}, {29, 1, "T391", 0}};
-    for (const auto &c : cases) {
-        JobEntry job;
-        std::memset(&job, 0x55, sizeof job);
-        JobToDefault(job, c.index, c.mode);
-        if (c.message) {
-            EXPECT_STREQ(job.Message, c.message) << c.index;
-        }
-        EXPECT_EQ(+job.LocalMessageInterval, c.interval) << c.index;
-        EXPECT_EQ(job.Log + job.LocalMessage, 2) << c.index;
-        EXPECT_EQ(job.Execute + job.ShutdownDelay + job.VoiceDelay + job.File[0], 0) << c.index;
-    }
-    FreeText();
 }
 
 struct Line {
