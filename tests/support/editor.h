@@ -3,16 +3,27 @@
 // cursor, bells, the exit status and the terminal modes it left out.
 #pragma once
 
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <fstream>
+#include <ftw.h>
 #include <functional>
+#include <poll.h>
+#include <pty.h>
 #include <string>
-#include <sys/types.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <termios.h>
+#include <unistd.h>
+#include <utmp.h>
 #include <vector>
+#include <vterm.h>
 
 #include "support/fixtures.h"
-
-struct VTerm;
-struct VTermScreen;
 
 class Editor {
 public:
@@ -23,50 +34,217 @@ public:
     bool stdin_null = false;               // standard input from /dev/null
     bool in_shell = false;                 // started as a job of an interactive shell
     int rows = 40, cols = 100;             // the window
+    bool cursor_visible = true;
+    int bells = 0;
+    std::string output;  // every byte received
+    pid_t pid = -1;
+    bool exited = false;
+    int status = 0;  // as waitpid reports it
 
-    // Stages `korvel_dir` (none when empty) with the English language file and
-    // links the editor in: it finds its files beside the link.
-    explicit Editor(const std::string &korvel_dir = CORVANE_DEMO_DIR);
-    ~Editor();  // a program still running is killed
+    // Stages `korvel_dir` with the English language file and links the
+    // editor in: it finds its files beside the link.
+    explicit Editor(const std::string &korvel_dir = CORVANE_DEMO_DIR) {
+        dir.copy_from(korvel_dir);
+        dir.write("lang_00.ini", read_file(std::string(CORVANE_DATA_DIR) + "lang_00.ini"));
+        if (symlink(CORVANE_EDITOR, dir.path("corvane").c_str()) != 0) dir.write("no-editor", "");
+        if (symlink(CORVANE_CTL, dir.path("corvanectl").c_str()) != 0) dir.write("no-corvanectl", "");
+    }
+    ~Editor() {  // a program still running is killed
+        if (pid > 0 && !exited) kill(pid, SIGKILL), waitpid(pid, &status, 0);
+        if (master_ >= 0) close(master_);
+        if (slave_ >= 0) close(slave_);
+        if (vterm_) vterm_free(vterm_);
+    }
     Editor(const Editor &) = delete;
     Editor &operator=(const Editor &) = delete;
 
     // Starts the editor; true once the main menu is up (or, with
     // `wait_for_menu` false, once it runs).
-    bool open(bool wait_for_menu = true);
-    bool start(const std::vector<std::string> &argv);  // any program, in `cwd`
+    bool open(bool wait_for_menu = true) {
+        if (unprivileged) {
+            nftw(dir.path().c_str(), open_up, 8, FTW_PHYS);
+            // A copy of the editor anyone may run; a PATH without root's own directories.
+            std::remove(dir.path("corvane").c_str());
+            dir.write("corvane", read_file(CORVANE_EDITOR));
+            chmod(dir.path("corvane").c_str(), 0755);
+            environment.insert(environment.begin(), "PATH=/usr/local/bin:/usr/bin:/bin");
+        }
+        if (in_shell) {
+            environment.push_back("PS1=$ ");
+            if (!start({"/bin/bash", "--norc", "--noprofile", "--noediting", "-i"})) return false;
+            send("./corvane\r");
+        } else if (!start({dir.path("corvane")})) {
+            return false;
+        }
+        return !wait_for_menu || wait_until([&] { return screen().find("Corvane v 5.3.0 10/2012") != std::string::npos && marker_row() == 10; });
+    }
 
-    void send(const std::string &bytes);
+    bool start(const std::vector<std::string> &argv) {  // any program, in `cwd`
+        struct winsize size {};
+        size.ws_row = static_cast<unsigned short>(rows), size.ws_col = static_cast<unsigned short>(cols);
+        if (openpty(&master_, &slave_, nullptr, nullptr, &size) != 0) return false;
+        std::vector<char *> args;
+        for (const std::string &arg : argv) args.push_back(const_cast<char *>(arg.c_str()));
+        args.push_back(nullptr);
+        const std::string where = cwd.empty() ? dir.path() : cwd;
+        if ((pid = fork()) < 0) return false;
+        if (pid == 0) {
+            close(master_);
+            if (login_tty(slave_) != 0) _exit(126);
+            if (stdin_null) dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
+            if (unprivileged && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(126);
+            if (chdir(where.c_str()) != 0) _exit(126);
+            struct rlimit no_core {};
+            setrlimit(RLIMIT_CORE, &no_core);  // SIGQUIT must not leave core files
+            setenv("TERM", "xterm", 1);
+            for (const std::string &setting : environment) putenv(const_cast<char *>(setting.c_str()));
+            execv(args[0], args.data());
+            _exit(127);
+        }
+        fcntl(master_, F_SETFL, fcntl(master_, F_GETFL) | O_NONBLOCK);
+        vterm_ = vterm_new(rows, cols);
+        vterm_set_utf8(vterm_, 1);
+        vscreen_ = vterm_obtain_screen(vterm_);
+        static const VTermScreenCallbacks callbacks = {nullptr, nullptr, nullptr, on_property, on_bell, nullptr, nullptr, nullptr};
+        vterm_screen_set_callbacks(vscreen_, &callbacks, this);
+        vterm_screen_reset(vscreen_, 1);
+        return true;
+    }
+
+    void send(const std::string &bytes) {
+        for (size_t done = 0; done < bytes.size();) {
+            ssize_t n = write(master_, bytes.data() + done, bytes.size() - done);
+            if (n > 0) {
+                done += static_cast<size_t>(n);
+            } else if (n < 0 && (errno == EAGAIN || errno == EINTR)) {
+                pump(10);  // not reading yet: let its output drain
+            } else {
+                return;
+            }
+        }
+    }
+
     // Reads output until `ready` holds; false when it does not within
     // `timeout_ms`, or when the program ended without it holding.
-    bool wait_until(const std::function<bool()> &ready, int timeout_ms = 5000);
-    void settle(int quiet_ms = 200);  // until nothing new arrives for a while
+    bool wait_until(const std::function<bool()> &ready, int timeout_ms = 5000) {
+        auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+        for (;;) {
+            if (ready()) return true;
+            if (std::chrono::steady_clock::now() >= deadline) return false;
+            if (!pump(5)) {
+                // Once the program is gone and its last output read, waiting
+                // longer cannot change the answer.
+                bool ended = exited;
+                if (!exited && waitpid(pid, &status, WNOHANG) == pid) exited = true;
+                if (ended && !pump(0)) return ready();
+            }
+        }
+    }
+    void settle(int quiet_ms = 200) {  // until nothing new arrives for a while
+        while (pump(quiet_ms)) {
+        }
+    }
 
-    // The screen; rows and columns count from 0.
-    std::string row(int r) const;  // trailing blanks removed
-    std::string screen() const;
-    std::string cell(int r, int c) const;  // the character there, as UTF-8
-    int cursor_row() const;
-    int marker_row() const;  // the row of the "-->" marker, or -1
-    bool move_to(int row);   // Down or Up until the marker stands there
-    bool cursor_visible = true;
-    int bells = 0;
-    std::string output;  // every byte received
+    // The screen; rows count from 0, trailing blanks removed.
+    std::string row(int r) const {
+        std::string text;
+        for (int c = 0; c < cols; ++c) {
+            VTermScreenCell cell;
+            uint32_t code = vscreen_ && vterm_screen_get_cell(vscreen_, VTermPos{r, c}, &cell) ? cell.chars[0] : 0;
+            if (code == 0) code = ' ';
+            if (code < 0x80) {
+                text += char(code);
+            } else if (code < 0x800) {
+                text += {char(0xC0 | (code >> 6)), char(0x80 | (code & 0x3F))};
+            } else {
+                text += {char(0xE0 | (code >> 12)), char(0x80 | ((code >> 6) & 0x3F)), char(0x80 | (code & 0x3F))};
+            }
+        }
+        return text.substr(0, text.find_last_not_of(' ') + 1);
+    }
+    std::string screen() const {
+        std::string text;
+        for (int r = 0; r < rows; ++r) text += row(r) + "\n";
+        return text;
+    }
+    int cursor_row() const {
+        VTermPos position;
+        vterm_state_get_cursorpos(vterm_obtain_state(vterm_), &position);
+        return position.row;
+    }
+    int marker_row() const {  // the row of the "-->" marker, or -1
+        for (int r = 0; r < rows; ++r) {
+            if (row(r).find("-->") == 2) return r;
+        }
+        return -1;
+    }
+    bool move_to(int target) {  // Down or Up until the marker stands there
+        for (int presses = 0; presses < 40 && marker_row() != target; ++presses) {
+            int before = marker_row();
+            send(before < target ? "\x1b[B" : "\x1b[A");
+            if (!wait_until([&] { return marker_row() != before; })) return false;
+        }
+        return marker_row() == target;
+    }
 
-    pid_t pid = -1;
-    bool exited = false;
-    int status = 0;  // as waitpid reports it
-    bool wait_exit(int timeout_ms = 5000);
-    bool ended_with(int exit_status);
-    void hangup();  // closes the terminal's master side
-    void resize(int rows, int cols);
-    void signal(int number);
-    bool modes(struct termios *state) const;  // as the program last set them
-    int unread_input() const;                 // sent, not read yet (in line mode, whole lines)
-    long reads() const;                       // read calls the program has made so far
+    bool wait_exit(int timeout_ms = 5000) {
+        auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+        while (!exited && !(exited = waitpid(pid, &status, WNOHANG) == pid) && std::chrono::steady_clock::now() < deadline) {
+            pump(20);
+        }
+        settle(0);
+        return exited;
+    }
+    bool ended_with(int exit_status) { return wait_exit() && WIFEXITED(status) && WEXITSTATUS(status) == exit_status; }
+    void hangup() {  // closes the terminal's master side
+        if (master_ >= 0) close(master_);
+        master_ = -1;
+    }
+    void resize(int new_rows, int new_cols) {
+        rows = new_rows, cols = new_cols;
+        vterm_set_size(vterm_, rows, cols);
+        struct winsize size {};
+        size.ws_row = static_cast<unsigned short>(rows), size.ws_col = static_cast<unsigned short>(cols);
+        ioctl(master_, TIOCSWINSZ, &size);  // the kernel tells the program with SIGWINCH
+    }
+    void signal(int number) { kill(pid, number); }
+    bool modes(struct termios *state) const { return tcgetattr(slave_, state) == 0; }  // as the program last set them
+    int unread_input() const {  // sent, not read yet (in line mode, whole lines)
+        int count = 0;
+        return ioctl(slave_, FIONREAD, &count) == 0 ? count : -1;
+    }
+    long reads() const {  // read calls the program has made so far
+        std::ifstream io("/proc/" + std::to_string(pid) + "/io");
+        for (std::string line; std::getline(io, line);) {
+            if (line.compare(0, 6, "syscr:") == 0) return std::stol(line.substr(6));
+        }
+        return -1;
+    }
 
 private:
-    bool pump(int timeout_ms);  // true when output arrived
+    bool pump(int timeout_ms) {  // true when output arrived
+        struct pollfd poller = {master_, POLLIN, 0};
+        if (master_ < 0) return poll(nullptr, 0, timeout_ms), false;  // hung up: keep the pace
+        if (poll(&poller, 1, timeout_ms) <= 0) return false;
+        char buffer[4096];
+        bool got = false;
+        for (ssize_t n; (n = read(master_, buffer, sizeof buffer)) > 0; got = true) {
+            output.append(buffer, static_cast<size_t>(n));
+            vterm_input_write(vterm_, buffer, static_cast<size_t>(n));
+        }
+        return got;
+    }
+    static int on_bell(void *user) { return ++static_cast<Editor *>(user)->bells, 1; }
+    static int on_property(VTermProp property, VTermValue *value, void *user) {
+        if (property == VTERM_PROP_CURSORVISIBLE) static_cast<Editor *>(user)->cursor_visible = value->boolean;
+        return 1;
+    }
+    // Lets nobody read the directory whatever the umask; a link is left alone
+    // (chmod would change its target), and so is a file made unreadable on purpose.
+    static int open_up(const char *path, const struct stat *state, int, struct FTW *) {
+        if (!S_ISLNK(state->st_mode) && (state->st_mode & 0777) != 0) chmod(path, S_ISDIR(state->st_mode) ? 0755 : 0644);
+        return 0;
+    }
     int master_ = -1, slave_ = -1;  // the slave stays open so the modes can be read afterwards
     VTerm *vterm_ = nullptr;
     VTermScreen *vscreen_ = nullptr;

@@ -2,31 +2,105 @@
 // captured in memory, and time zones.
 #pragma once
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <dirent.h>
+#include <fstream>
+#include <ftw.h>
+#include <sstream>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
-std::string read_file(const std::string &path);  // "<missing>" when it cannot be read
-std::string visible(const std::string &bytes);   // control characters spelled out, for failures
+#include "console/globals.h"
+#include "console/input.h"
+#include "console/terminal.h"
+
+inline std::string read_file(const std::string &path) {  // "<missing>" when it cannot be read
+    std::ifstream file(path, std::ios::binary);
+    std::stringstream text;
+    text << file.rdbuf();
+    return file ? text.str() : "<missing>";
+}
+
+inline std::string visible(const std::string &bytes) {  // control characters spelled out, for failures
+    static const char *const kNames[32] = {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, "BEL",
+                                           nullptr, "TAB",   "LF",    nullptr, nullptr, "CR"};
+    std::string shown;
+    for (unsigned char c : bytes) {
+        if (c == 27) {
+            shown += "<ESC>";
+        } else if (c < 32) {
+            shown += "<" + (kNames[c] ? std::string(kNames[c]) : std::to_string(c)) + ">";
+        } else {
+            shown += static_cast<char>(c);
+        }
+    }
+    return shown;
+}
 
 // A temporary directory that ProgramDir points into while it exists; it goes
 // with everything in it.
 class ScratchDir {
 public:
-    ScratchDir();
-    ~ScratchDir();
+    ScratchDir() {
+        char pattern[] = "/tmp/corvane-test-XXXXXX";
+        if (!mkdtemp(pattern)) std::abort();
+        dir_ = std::string(pattern) + "/";
+        saved_program_dir_ = ProgramDir;
+        std::snprintf(ProgramDir, kProgramDirSize, "%s", dir_.c_str());
+    }
+    ~ScratchDir() {
+        std::snprintf(ProgramDir, kProgramDirSize, "%s", saved_program_dir_.c_str());
+        chmod(dir_.c_str(), 0700);
+        nftw(dir_.c_str(), remove_entry, 16, FTW_DEPTH | FTW_PHYS);
+    }
     ScratchDir(const ScratchDir &) = delete;
     ScratchDir &operator=(const ScratchDir &) = delete;
     std::string path(const std::string &name = "") const { return dir_ + name; }  // the directory ends in "/"
-    void write(const std::string &name, const std::string &content) const;
+    void write(const std::string &name, const std::string &content) const {
+        std::ofstream(dir_ + name, std::ios::binary) << content;
+    }
     std::string read(const std::string &name) const { return read_file(dir_ + name); }
-    bool exists(const std::string &name) const;
-    std::vector<std::string> list() const;               // sorted
-    void copy_from(const std::string &directory) const;  // files and folders, not links
+    bool exists(const std::string &name) const {
+        struct stat state;
+        return lstat((dir_ + name).c_str(), &state) == 0;
+    }
+    std::vector<std::string> list() const { return entries(dir_); }  // sorted
+    void copy_from(const std::string &directory) const { copy_tree(directory, dir_); }  // files and folders, not links
 
 private:
+    // A test may have made it read-only; a link is left alone (chmod would change its target).
+    static int remove_entry(const char *path, const struct stat *state, int, struct FTW *) {
+        if (!S_ISLNK(state->st_mode)) chmod(path, 0700);
+        return remove(path);
+    }
+    static std::vector<std::string> entries(const std::string &path) {
+        std::vector<std::string> names;
+        if (DIR *directory = opendir(path.c_str())) {
+            while (dirent *entry = readdir(directory)) {
+                if (std::string(".") != entry->d_name && std::string("..") != entry->d_name) names.push_back(entry->d_name);
+            }
+            closedir(directory);
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+    static void copy_tree(const std::string &from, const std::string &to) {
+        for (const std::string &name : entries(from)) {
+            struct stat state;
+            if (lstat((from + "/" + name).c_str(), &state) != 0) continue;
+            if (S_ISDIR(state.st_mode)) {
+                mkdir((to + name).c_str(), 0755);
+                copy_tree(from + "/" + name, to + name + "/");
+            } else if (S_ISREG(state.st_mode)) {
+                std::ofstream(to + name, std::ios::binary) << read_file(from + "/" + name);
+            }
+        }
+    }
     std::string dir_, saved_program_dir_;
 };
 
@@ -35,22 +109,48 @@ private:
 class ConsoleCapture {
 public:
     struct InputExhausted {};  // thrown when input is asked for past the script: the code still wanted more
-    ConsoleCapture();
-    ~ConsoleCapture();
-    ConsoleCapture(const ConsoleCapture &) = delete;
-    ConsoleCapture &operator=(const ConsoleCapture &) = delete;
-    void type(const std::string &keys) { input_ += keys; }
-    std::size_t unread() const { return input_.size() - position_; }
-    std::string take_output();  // everything written since the last call
     std::vector<unsigned long> sleeps;  // microseconds
     std::vector<std::string> commands;
     std::string shown_at_last_pause;  // what had reached the screen when the last wait or command began
 
+    ConsoleCapture()
+        : saved_read_(ConsoleReadByte), saved_ended_(ConsoleInputEnded), saved_sleep_(ConsoleSleep), saved_shell_(ConsoleShell) {
+        ConsoleOut = stream_ = open_memstream(&buffer_, &size_);
+        ConsoleReadByte = [] {
+            ConsoleCapture &c = *current;
+            return c.position_ < c.input_.size() ? static_cast<unsigned char>(c.input_[c.position_++]) : -1;
+        };
+        ConsoleInputEnded = [] { throw InputExhausted{}; };
+        ConsoleSleep = [](unsigned long microseconds) { current->sleeps.push_back(microseconds), current->pause(); };
+        ConsoleShell = [](const char *command) { return current->commands.push_back(command), current->pause(), 0; };
+        console_forget_input();
+        current = this;
+    }
+    ~ConsoleCapture() {
+        current = nullptr;
+        ConsoleOut = nullptr;
+        ConsoleReadByte = saved_read_, ConsoleInputEnded = saved_ended_, ConsoleSleep = saved_sleep_, ConsoleShell = saved_shell_;
+        console_forget_input();
+        fclose(stream_);
+        free(buffer_);
+    }
+    ConsoleCapture(const ConsoleCapture &) = delete;
+    ConsoleCapture &operator=(const ConsoleCapture &) = delete;
+    void type(const std::string &keys) { input_ += keys; }
+    std::size_t unread() const { return input_.size() - position_; }
+    std::string take_output() {  // everything written since the last call
+        fflush(stream_);
+        std::string text(buffer_, size_);
+        // open_memstream's size follows the write position: back at the start,
+        // the next call returns only what comes after.
+        rewind(stream_);
+        fflush(stream_);
+        return text;
+    }
+
 private:
-    static int read_byte();
-    static void input_ended() { throw InputExhausted{}; }
-    static void sleep(unsigned long microseconds);
-    static int shell(const char *command);
+    void pause() { shown_at_last_pause.assign(buffer_, size_); }
+    static inline ConsoleCapture *current = nullptr;
     int (*saved_read_)();
     void (*saved_ended_)();
     void (*saved_sleep_)(unsigned long);
