@@ -234,7 +234,6 @@ private:
             return check(ok, "cannot mount a file system (as root?)");
         }
         if (verb == "as-nobody" && n == 0) return e.unprivileged = true, "";
-        if (verb == "stdin-null" && n == 0) return e.stdin_null = true, "";
         if (verb == "in-shell" && n == 0) return e.in_shell = true, "";
         if (verb == "env" && n == 1) return e.environment.push_back(w[1]), "";
         if (verb == "window" && n == 2) {
@@ -339,10 +338,6 @@ private:
             return check(ctl_out_ == read_file(CORVANE_TEST_DATA + w[1]), "the output differs from " + w[1] + ":\n" + ctl_out_);
         }
         if (verb == "keep" && n == 1) return e.dir.write(w[1], ctl_out_), "";
-        if (verb == "lines" && n == 1) {
-            long count = std::count(ctl_out_.begin(), ctl_out_.end(), '\n');
-            return check(count == number(1), std::to_string(count) + " lines:\n" + ctl_out_);
-        }
         if (verb == "snapshot" && n == 0) return snapshot(), "";
 
         // Files. has, lacks and section take several texts; a section's are

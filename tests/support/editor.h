@@ -31,7 +31,6 @@ public:
     std::vector<std::string> environment;  // NAME=value added for the program
     std::string cwd;                       // empty: the Korvel directory
     bool unprivileged = false;             // as nobody when the tests run as root; the directory is opened up for it
-    bool stdin_null = false;               // standard input from /dev/null
     bool in_shell = false;                 // started as a job of an interactive shell
     int rows = 40, cols = 100;             // the window
     bool cursor_visible = true;
@@ -91,7 +90,6 @@ public:
         if (pid == 0) {
             close(master_);
             if (login_tty(slave_) != 0) _exit(126);
-            if (stdin_null) dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
             if (unprivileged && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(126);
             if (chdir(where.c_str()) != 0) _exit(126);
             struct rlimit no_core {};
