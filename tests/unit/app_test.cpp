@@ -1,5 +1,5 @@
-// Model codes, the program's directory, the password digest, and every fuzz
-// seed and regression input through the checks the fuzzers apply.
+// Model codes, and every fuzz seed and regression input through the checks
+// the fuzzers apply.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -9,9 +9,7 @@
 #include <string>
 
 #include "app/model_code.h"
-#include "app/startup.h"
 #include "fuzz/checks.h"
-#include "screens/screens.h"
 #include "support/fixtures.h"
 
 namespace {
@@ -46,30 +44,6 @@ TEST(ModelCode, FamiliesSpeedsAndBrands) {
     ASSERT_NE(FindUpsModelTxt(field, sizeof field), nullptr);
     EXPECT_STREQ(FindModel.name, "MERID32xxxRU");
     EXPECT_EQ(std::strlen(FindUpsModelTxt(std::string(80, 'X').replace(0, 12, "MERID32xxxRU").c_str())->name), 50u);
-}
-
-TEST(ProgramDirectory, IsWhereThePathPoints) {
-    const std::string too_long = "/" + std::string(300, 'd') + "/corvane";
-    const struct {
-        const char *path, *dir;  // dir nullptr: refused, not cut
-    } cases[] = {{"/opt/korvel/corvane", "/opt/korvel/"}, {"corvane", "./"}, {"./bin/corvane", "./bin/"},
-                 {"/corvane", "/"}, {too_long.c_str(), nullptr}};
-    for (const auto &c : cases) {
-        char dir[256] = "";
-        EXPECT_EQ(getprgdir(c.path, dir, sizeof dir), c.dir != nullptr) << c.path;
-        if (c.dir) {
-            EXPECT_STREQ(dir, c.dir);
-        }
-    }
-}
-
-TEST(Password, DigestIsTheSumOfSignedBytesModulo65536) {
-    const struct {
-        std::string text;
-        uint16_t digest;
-    } cases[] = {{"", 0}, {"a\xC8", 97 - 56}, {std::string(700, '\x7f'), 88900 % 65536}};
-    for (const auto &c : cases) EXPECT_EQ(CalculatePassword(c.text.c_str()), c.digest) << c.text.size();
-    EXPECT_EQ(password_digest("a\0b", 3), 97 + 98) << "a zero byte counts as nothing, and ends nothing";
 }
 
 std::vector<std::string> expand(const std::string &pattern) {

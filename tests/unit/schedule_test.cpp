@@ -1,5 +1,5 @@
-// Calendar arithmetic, the stored schedule text and the evaluator, which
-// must list exactly what a minute-by-minute scan lists.
+// Dates and times as typed for a schedule, and the evaluator, which must
+// list exactly what a minute-by-minute scan lists.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -10,7 +10,6 @@
 
 #include "config/record.h"
 #include "schedule/calendar.h"
-#include "schedule/codec.h"
 #include "schedule/evaluator.h"
 #include "support/fixtures.h"
 
@@ -63,54 +62,6 @@ TEST(Calendar, DatesAndTimesInTwoZones) {
     ScheduleNow = saved;
 }
 
-TEST(Calendar, TotalSecondsCarryAndStayInRange) {
-    ZoneSetting zone("UTC");
-    const struct {
-        int year, month, day, second;
-        int64_t expected;
-    } cases[] = {{112, 0, 0, 86400 * 31, utc(2012, 2, 1, 0, 0)},  // seconds carry into minutes, hours and days
-                 {70, 0, 0, 0, -1}, {70, 0, 0, 1, 1}, {139, 0, 0, 0, -1}, {137, 12, 0, 0, utc(2038, 1, 1, 0, 0)}};
-    for (const auto &c : cases) EXPECT_EQ(totalsec(c.year, c.month, c.day, 0, 0, c.second), c.expected) << c.year;
-}
-
-TEST(ScheduleText, DecodedAndEncoded) {
-    std::memset(&INI, 0, sizeof INI);
-    const char *texts[] = {"50A1B2C30001020305", "50a1b2c30001020305", "50A1"};
-    for (int i = 0; i < 3; ++i) std::strcpy(INI.Schedule[i].Data, texts[i]);
-    INI.Schedule[3].Action = 3;  // no text: left untouched
-    DecodeSchedules();
-    const struct {
-        uint32_t start;
-        unsigned ups, action, period, day;
-    } decoded[] = {{0x50A1B2C3, 1, 2, 3, 5}, {0x50A1B2C3, 1, 2, 3, 5}, {0x50A1D0D0, 0xD0D0, 0xD0, 0xD0, 0xD0}};
-    for (int i = 0; i < 3; ++i) {
-        const ScheduleEntry &entry = INI.Schedule[i];
-        EXPECT_EQ(+entry.StartTime, decoded[i].start) << i;
-        EXPECT_EQ(+entry.UpsIndex, decoded[i].ups) << i;
-        EXPECT_EQ(+entry.Action, decoded[i].action) << i;
-        EXPECT_EQ(+entry.Period, decoded[i].period) << i;
-        EXPECT_EQ(+entry.PeriodDay, decoded[i].day) << i;
-        EXPECT_STREQ(entry.Data, texts[i]) << "the text itself stays";
-    }
-    EXPECT_EQ(+INI.Schedule[3].Action, 3);
-    EXPECT_EQ(get_hex("G0"), ('G' * 16 + '0' - '0') & 0xFF) << "not refused";
-
-    INI.Schedule[2] = {};
-    INI.Schedule[2].StartTime = 0x0A0B0C0D;
-    INI.Schedule[2].UpsIndex = 0x000F;
-    INI.Schedule[2].Action = kOsShutdown;
-    INI.Schedule[2].Period = kMonthly;
-    INI.Schedule[2].PeriodDay = 10;
-    INI.Schedule[3] = {};
-    std::strcpy(INI.Schedule[3].Data, "50A1B2C30001020305");
-    INI.Schedule[3].LastRun = 7;
-    EncodeSchedules();
-    EXPECT_STREQ(INI.Schedule[1].Data, "50A1B2C30001020305") << "upper case";
-    EXPECT_STREQ(INI.Schedule[2].Data, "0A0B0C0D000F07040A") << "leading zeros kept";
-    const ScheduleEntry zero = {};
-    EXPECT_EQ(std::memcmp(&INI.Schedule[3], &zero, sizeof zero), 0) << "action 0: the whole entry cleared";
-}
-
 struct Line {
     int index;
     std::string when;  // local "YYYY-MM-DD HH:MM w"
@@ -141,70 +92,6 @@ std::vector<Line> both_scans(int64_t start, int64_t end, const ConfigRecord &rec
     EXPECT_EQ(stopped[1], stopped[0]);
     EXPECT_EQ(std::memcmp(&last[0], &last[1], sizeof last[0]), 0) << "the last match";
     return lines[0];
-}
-
-TEST(Evaluator, WhatFiresWhen) {
-    ZoneSetting zone("UTC");
-    struct Entry {
-        int index;
-        uint8_t period;
-        time_t start;
-        uint8_t day;
-    };
-    const int64_t nov22 = utc(2026, 11, 22, 0, 0);
-    const struct {
-        const char *what;
-        std::vector<Entry> entries;
-        int64_t from, to;
-        std::vector<Line> expected;
-    } cases[] = {
-        {"daily from the first day, even before its start", {{0, kDaily, utc(2027, 1, 1, 10, 0), 0}}, nov22,
-         nov22 + 3 * 86400, {{0, "2026-11-22 10:00 0"}, {0, "2026-11-23 10:00 1"}, {0, "2026-11-24 10:00 2"}}},
-        {"once only on its day, never in the past",
-         {{0, kOnce, utc(2026, 1, 1, 10, 0), 0}, {1, kOnce, utc(2026, 12, 24, 18, 0), 0}}, nov22, nov22 + 8640000,
-         {{1, "2026-12-24 18:00 4"}}},
-        {"monthly on the 31st only in long months", {{3, kMonthly, utc(2026, 5, 5, 9, 0), 31}},
-         utc(2026, 11, 1, 0, 0), utc(2026, 11, 1, 0, 0) + 8640000, {{3, "2026-12-31 09:00 4"}, {3, "2027-01-31 09:00 0"}}},
-        {"weekly on its weekday; weekday 9 never",
-         {{0, kWeekly, utc(2026, 1, 1, 2, 0), 0}, {1, kWeekly, utc(2026, 1, 1, 2, 0), 9}}, nov22, utc(2026, 12, 7, 0, 0),
-         {{0, "2026-11-22 02:00 0"}, {0, "2026-11-29 02:00 0"}, {0, "2026-12-06 02:00 0"}}},
-    };
-    for (const auto &c : cases) {
-        auto record = std::make_unique<ConfigRecord>();
-        std::memset(record.get(), 0, sizeof(ConfigRecord));
-        for (const Entry &e : c.entries) {
-            ScheduleEntry &entry = record->Schedule[e.index];
-            entry.Action = kUpsTest;
-            entry.Period = e.period;
-            entry.StartTime = static_cast<uint32_t>(e.start);
-            entry.PeriodDay = e.day;
-        }
-        EXPECT_EQ(both_scans(c.from, c.to, *record), c.expected) << c.what;
-    }
-
-    // Ten lines in one minute, then one line per minute; never twice in the
-    // minute it last ran; a finished scan lists nothing more.
-    auto record = std::make_unique<ConfigRecord>();
-    std::memset(record.get(), 0, sizeof(ConfigRecord));
-    for (ScheduleEntry &entry : record->Schedule) {
-        entry.Action = kUpsTest;
-        entry.Period = kDaily;
-        entry.StartTime = static_cast<uint32_t>(utc(2026, 1, 1, 10, 0));
-    }
-    auto lines = both_scans(nov22, nov22 + 3 * 86400, *record);
-    ASSERT_EQ(lines.size(), 12u);
-    EXPECT_EQ(lines[9], (Line{9, "2026-11-22 10:00 0"}));
-    EXPECT_EQ(lines[10], (Line{0, "2026-11-23 10:00 1"}));
-    record->Schedule[0].LastRun = static_cast<int32_t>(utc(2026, 11, 22, 10, 0) + 17);
-    EXPECT_EQ(TestSchedules(utc(2026, 11, 22, 10, 0) + 59, *record, 0), 0);
-    EXPECT_EQ(TestSchedules(utc(2026, 11, 23, 10, 0) + 30, *record, 0), 1);
-    int64_t start = nov22 + 7, end = nov22 + 7 + 86400;
-    std::vector<Line> none;
-    scan_schedules(start, end, *record, collect, &none);
-    EXPECT_EQ(start, end);
-    none.clear();
-    scan_schedules(start, end, *record, collect, &none);
-    EXPECT_TRUE(none.empty());
 }
 
 // Random schedules near the moments a zone's offset changes: every action
