@@ -243,7 +243,6 @@ private:
             return e.resize(number(1), number(2)), "";
         }
 
-        // Starting and ending.
         if ((verb == "start" || verb == "launch") && n == 0) {
             snapshot();
             return check(e.open(verb == "start"), "the editor did not start (to its main menu)");
@@ -271,7 +270,6 @@ private:
             return check(lines && e.cursor_visible, "no echo, no line mode or no cursor");
         }
 
-        // Keys.
         if ((verb == "down" || verb == "up") && n == 1) return move(verb == "down" ? "\x1b[B" : "\x1b[A", number(1));
         if (verb == "go" && n == 1) return check(e.move_to(number(1)), "cannot reach the row");
         if (verb == "enter" && n == 2) return press("\r"), await_screen(w[1], w[2]);
@@ -297,7 +295,6 @@ private:
             return check(e.ended_with(1), "status " + std::to_string(e.status));
         }
 
-        // What the screen shows.
         if (verb == "wait" && n == 1) return check(written_since_press(w[1]), "not written since the last key");
         if (verb == "row" && n == 2) return check(e.row(number(1)) == w[2], "row " + w[1] + " is \"" + e.row(number(1)) + "\"");
         if (verb == "never" && n == 1) return check(e.output.find(w[1]) == std::string::npos, "it was written");
