@@ -218,7 +218,6 @@ private:
         auto number = [&](size_t i) { return std::stoi(w[i]); };
         Editor &e = editor();
 
-        // The Korvel directory, before the editor starts.
         if (verb == "replace" && n == 3) {
             std::string text = file_text(w[1]);
             size_t at = text.find(w[2]);
