@@ -41,6 +41,8 @@ TEST(Keys, MenuKeysAndAnswers) {
     EXPECT_EQ(get_int(1, 3, "[1-3] : ", "Bad"), 2u);
     EXPECT_EQ(visible(console.take_output()), visible("[1-3] : \a\nBad\n[1-3] : \a\nBad\n[1-3] : \a\nBad\n[1-3] : "));
     EXPECT_EQ(test_key(), 'M');
+    console.type(ESC + "[A\n2\n");
+    EXPECT_EQ(get_int(0, 3, nullptr, "Bad"), 2u) << "an ESC-led word is no number";
     console.type("1\n0\n");
     EXPECT_THROW(get_int(1, 0, nullptr, "Bad"), ConsoleCapture::InputExhausted) << "an empty range asks for ever";
     EXPECT_EQ(console::toupper('z') + console::toupper(0xE4), 'Z' + 0xE4) << "only ASCII letters change";
