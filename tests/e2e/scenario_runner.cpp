@@ -313,7 +313,7 @@ private:
 
         // corvanectl, run beside the files as installed, or a shell command
         // there, to its end; their output is what out, err and keep look at.
-        if ((verb == "ctl" || verb == "sh") && n >= 1) {
+        if ((verb == "ctl" && n >= 1) || (verb == "sh" && n == 2)) {
             if (started_.empty()) snapshot();
             std::vector<std::string> argv = {"/bin/sh", "-c", w[2]};
             if (verb == "ctl") argv.assign(w.begin() + 1, w.begin() + 1 + n), argv[0] = "./corvanectl";

@@ -65,10 +65,6 @@ public:
         std::ofstream(dir_ + name, std::ios::binary) << content;
     }
     std::string read(const std::string &name) const { return read_file(dir_ + name); }
-    bool exists(const std::string &name) const {
-        struct stat state;
-        return lstat((dir_ + name).c_str(), &state) == 0;
-    }
     std::vector<std::string> list() const { return entries(dir_); }  // sorted
     void copy_from(const std::string &directory) const { copy_tree(directory, dir_); }  // files and folders, not links
 
