@@ -37,10 +37,9 @@ int run_changes(const std::vector<Change> &changes, bool dry_run) {
         KeyRef key;
         std::string why = resolve_key(change.first, key);
         // A new entry, or a new group, is in use once its first key is set.
-        if (!why.empty()) {
-        } else if (key.group >= 0 && !INI.Group[key.group].Name[0]) {
+        if (why.empty() && key.group >= 0 && !INI.Group[key.group].Name[0]) {
             if (!(key.kind->name == std::string("Common") && key.first)) why = "the group is not in use: set its Common.Name first";
-        } else if (!entry_in_use(key) && !key.first) {
+        } else if (why.empty() && !entry_in_use(key) && !key.first) {
             why = "its entry is not in use: set " + std::string(key_set(key.file, key.kind->key_set).fields[0].key) + " first";
         }
         if (!why.empty()) return complain(change.first + ": " + why), kRefused;

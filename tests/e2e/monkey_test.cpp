@@ -131,9 +131,10 @@ void monkey(const std::string &korvel_dir, unsigned long seed, unsigned long sec
                     << unread << " bytes unread\n"
                     << editor->screen();
             }
+            // Every fourth key, the titles of the framed blocks on the screen.
             static const std::regex kTitle(R"(^\*\*\*\* +(\S.*\S|\S) +\*\*\*\*$)");
             std::smatch title;
-            for (int row = 0; row < 40 && figures.keys % 4 == 0; ++row) {
+            for (int row = 0; figures.keys % 4 == 0 && row < editor->rows; ++row) {
                 std::string text = editor->row(row);
                 if (std::regex_match(text, title, kTitle)) figures.screens.insert(title[1]);
             }
