@@ -7,23 +7,18 @@
 #include <unistd.h>
 
 #include "app/main_menu.h"
-#include "app/model_code.h"
+#include "config/model_code.h"
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
+#include "config/language.h"
 #include "config/record.h"
 #include "config/replace_file.h"
-#include "console/globals.h"
+#include "config/files.h"
 #include "console/input.h"
 #include "console/lang.h"
 #include "console/session.h"
 #include "console/terminal.h"
-
-bool getprgdir(const char *path, char *out, size_t size) {
-    const char *slash = std::strrchr(path, '/');
-    int written = slash ? std::snprintf(out, size, "%.*s/", static_cast<int>(slash - path), path)
-                        : std::snprintf(out, size, "./");
-    return written >= 0 && static_cast<size_t>(written) < size;
-}
+#include "screens/screens.h"
 
 void delete_loghi() {
     // Each brand has its logo set; brands without one of their own use set 02.
@@ -141,7 +136,8 @@ static int leave() {
 
 int run_editor(int argc, char **argv) {
     console_start();
-    bool located = getprgdir(argc > 0 ? argv[0] : "", ProgramDir, kProgramDirSize);
+    char directory[kProgramDirSize];
+    bool located = getprgdir(argc > 0 ? argv[0] : "", directory, sizeof directory) && set_program_dir(directory);
     // One editor per directory, held until the end; taken before the files
     // are read, so that another editor's save is never read half-way.
     int locked = located ? lock_directory(ProgramDir) : 0;

@@ -5,10 +5,6 @@
 
 #include <cstddef>
 
-// The directory part of the program's path `path`, ending in "/" ("./" when
-// the path has none), into `out`. False when it does not fit in `size`.
-bool getprgdir(const char *path, char *out, size_t size);
-
 // Removes the logo images of the brands other than the configured model
 // code's from html/ (files that cannot be opened are left alone).
 void delete_loghi();

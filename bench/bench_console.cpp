@@ -4,7 +4,8 @@
 
 #include <cstdio>
 
-#include "console/globals.h"
+#include "config/files.h"
+#include "config/language.h"
 #include "console/lang.h"
 #include "console/terminal.h"
 

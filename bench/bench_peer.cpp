@@ -13,7 +13,7 @@
 #include <ini.h>
 
 #include "config/ini_reader.h"
-#include "console/globals.h"
+#include "config/files.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
-#include "console/globals.h"
+#include "config/files.h"
 
 static void use_copy_of_full_directory() {
     static std::string directory;

@@ -12,14 +12,14 @@
 #include <tuple>
 #include <vector>
 
-#include "app/model_code.h"
+#include "config/model_code.h"
 #include "cli/commands.h"
 #include "cli/keys.h"
 #include "cli/store.h"
 #include "config/fields.h"
 #include "config/ini_reader.h"
 #include "config/record.h"
-#include "console/globals.h"
+#include "config/files.h"
 
 namespace {
 

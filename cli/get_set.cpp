@@ -6,7 +6,7 @@
 #include "cli/keys.h"
 #include "cli/store.h"
 #include "config/record.h"
-#include "schedule/codec.h"
+#include "config/codec.h"
 
 int run_get(const std::vector<std::string> &keys) {
     std::vector<std::string> values;

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "app/model_code.h"
+#include "config/model_code.h"
 #include "config/ini_reader.h"
 #include "config/limits.h"
 #include "config/record.h"
@@ -160,7 +160,7 @@ std::string check_value(const KeyRef &key, const std::string &value) {
     int job = key.entry;
     if (key.file == kJobsIni && std::strcmp(field.key, "Shutdown") == 0 && (job % 2 == 1 || job == 2 || job == 4)) high = 0;
     const FieldLimit *limit = find_limit(key.kind->name, field.key);
-    if (limit) low = limit->low, high = limit->high;
+    if (limit) low = limit->range.low, high = limit->range.high;
     std::string range = limit && limit->allowed ? std::string("one of ") + limit->allowed : std::to_string(low) + ".." + std::to_string(high);
     if (value.empty() || value.size() > 5 || value.find_first_not_of("0123456789") != std::string::npos) return range;
     unsigned number = static_cast<unsigned>(std::stoul(value));

@@ -3,9 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
-#include "app/startup.h"
 #include "cli/commands.h"
 #include "cli/store.h"
+#include "config/files.h"
 
 #ifndef CORVANE_VERSION
 #define CORVANE_VERSION "5.3.0"

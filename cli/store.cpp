@@ -11,9 +11,10 @@
 
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
+#include "config/language.h"
 #include "config/record.h"
 #include "config/replace_file.h"
-#include "console/globals.h"
+#include "config/files.h"
 #include "console/lang.h"
 #include "console/terminal.h"
 
@@ -34,8 +35,7 @@ int files_for(const std::vector<std::string> &keys) {
 
 int load_directory(const std::string &directory, bool lock, int files) {
     std::string dir = directory.empty() ? "./" : directory.back() == '/' ? directory : directory + "/";
-    if (dir.size() >= kProgramDirSize) return complain(directory + ": " + std::strerror(ENAMETOOLONG)), kCannotLoad;
-    std::snprintf(ProgramDir, kProgramDirSize, "%s", dir.c_str());
+    if (!set_program_dir(dir.c_str())) return complain(directory + ": " + std::strerror(ENAMETOOLONG)), kCannotLoad;
     if (lock) {
         int error = lock_directory(ProgramDir);
         if (error == EWOULDBLOCK) return complain(directory + ": an editor holds this Korvel directory"), kLocked;

@@ -8,8 +8,8 @@
 
 #include "config/fields.h"
 #include "config/record.h"
-#include "console/globals.h"
-#include "schedule/codec.h"
+#include "config/files.h"
+#include "config/codec.h"
 
 uint8_t actual_section = 255;
 int g_index = 0;

@@ -10,9 +10,9 @@
 #include "config/ini_reader.h"
 #include "config/record.h"
 #include "config/replace_file.h"
-#include "console/globals.h"
+#include "config/files.h"
 #include "console/terminal.h"
-#include "schedule/codec.h"
+#include "config/codec.h"
 
 static const unsigned char *record_end() { return reinterpret_cast<const unsigned char *>(&INI) + sizeof INI; }
 

@@ -4,10 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "console/globals.h"
-#include "console/input.h"
-#include "console/session.h"
-#include "console/terminal.h"
 
 char *LangText[kTextCount];
 char LangFileVersion[21];
@@ -28,14 +24,14 @@ char sys_mess[20][30] = {"On Line",
 
 // Copies at most `limit` characters of `source` and always terminates;
 // `destination` has room for limit + 1 bytes.
-static void copy_text(char *destination, const char *source, size_t limit) {
+void copy_text(char *destination, const char *source, size_t limit) {
     size_t length = std::strlen(source);
     if (length > limit) length = limit;
     std::memcpy(destination, source, length);
     destination[length] = '\0';
 }
 
-static void preset_text(int number) { std::snprintf(LangText[number], kTextSize, "Text %03d", number); }
+void preset_text(int number) { std::snprintf(LangText[number], kTextSize, "Text %03d", number); }
 
 void FreeText() {
     for (char *&text : LangText) {
@@ -53,135 +49,6 @@ int AllocText() {
             return 1;
         }
         preset_text(number);
-    }
-    return 0;
-}
-
-static const char *section_header(int kind) {
-    switch (kind) {
-    case kTarnwick: return "[Tarnwick]";
-    case kBrisken: return "[Brisken]";
-    case kCorvane: return "[Corvane]";
-    case kHalverton: return "[Halverton]";
-    case kPellmoor: return "[Pellmoor]";
-    default: return nullptr;
-    }
-}
-
-static void language_path(char *path, size_t size, int kind, int language) {
-    std::snprintf(path, size, kind == kHalverton ? "%slang1_%02d.ini" : "%slang_%02d.ini", ProgramDir,
-                  language);
-}
-
-// Drops the line end fgets left: the last character, or the last two when
-// they are CR LF.
-static void strip_line_end(char *line) {
-    size_t length = std::strlen(line);
-    if (length >= 2 && line[length - 2] == '\r') {
-        line[length - 2] = '\0';
-    } else if (length >= 1) {
-        line[length - 1] = '\0';
-    }
-}
-
-// Reads the texts after the section header, one line per number in strict
-// order; a line that is not the next number's key ends the reading and leaves
-// the rest as it was.
-static void read_texts(FILE *file) {
-    char line[300];
-    for (int number = 0; number < kTextCount; ++number) {
-        if (!std::fgets(line, sizeof line, file)) {
-            preset_text(number);
-            continue;
-        }
-        char key[16];
-        int key_length = std::snprintf(key, sizeof key, "String%03d", number);
-        if (std::strlen(line) > static_cast<size_t>(key_length) + 102) line[key_length + 102] = '\0';
-        char *equals = std::strchr(line, '=');
-        if (!equals || equals - line != key_length || std::strncmp(line, key, key_length) != 0) return;
-        // The text stands two characters after "=" (after the opening quote)
-        // and ends before the last quote of the line, when there is one.
-        char *text = std::strlen(equals) > 2 ? equals + 2 : equals + std::strlen(equals);
-        char *closing = std::strrchr(text, '"');
-        if (closing) {
-            *closing = '\0';
-        } else {
-            text[std::strcspn(text, "\r\n")] = '\0';
-        }
-        copy_text(LangText[number], text, kTextSize - 1);
-    }
-}
-
-int LoadText(int kind, int language) {
-    const char *header = section_header(kind);
-    char path[kProgramDirSize + 32];
-    language_path(path, sizeof path, kind, language);
-    int error = 0;
-    FILE *file = open_regular(path, &error);
-    if (!file) {
-        note_unreadable(path, error);
-        char message[sizeof path + 32];
-        std::snprintf(message, sizeof message, "\n\rCannot open file %s ", path);
-        printfc(message);
-        return 1;
-    }
-
-    LangFileVersion[0] = '\0';
-    bool found = false;
-    char line[300];
-    while (header && std::fgets(line, sizeof line, file)) {
-        strip_line_end(line);
-        if (std::strcmp(line, header) == 0) {
-            found = true;
-            break;
-        }
-        if (std::strncmp(line, "Version:", 8) == 0 && std::strlen(line) > 9) {
-            const char *version = line + 8;
-            if (*version == ' ') ++version;
-            copy_text(LangFileVersion, version, sizeof LangFileVersion - 1);
-        }
-    }
-    if (!found) {
-        char message[64];
-        std::snprintf(message, sizeof message, "\n\rCannot found section %s ", header ? header : "");
-        printfc(message);
-        note_unreadable(path, kNoSection);
-        std::fclose(file);
-        return 2;
-    }
-
-    read_texts(file);
-    std::fclose(file);
-    if (kind != kTarnwick && kind != kHalverton) return 0;
-
-    for (int i = 0; i < 20; ++i) copy_text(sys_mess[i], LangText[80 + i], sizeof sys_mess[i] - 1);
-    for (int i = 0; i < 50; ++i) copy_text(LM[i], LangText[1 + i], sizeof LM[i] - 1);
-    size_t used = std::strlen(LM[0]);
-    std::snprintf(LM[0] + used, sizeof LM[0] - used, "   [ %s ]", "Version 5.3.0");
-    return 0;
-}
-
-int choice_language(unsigned char *master_language, const unsigned char *working_language) {
-    unsigned count = 0;
-    for (; count < 32; ++count) {
-        char path[kProgramDirSize + 32];
-        language_path(path, sizeof path, kCorvane, static_cast<int>(count));
-        int error = 0;
-        FILE *file = open_regular(path, &error);
-        if (!file) break;
-        char name[32] = "";
-        if (std::fgets(name, sizeof name, file) && name[0]) name[std::strlen(name) - 1] = '\0';
-        std::fclose(file);
-        con_printf("\n\r    %i. %s", static_cast<int>(count) + 1, name);
-    }
-
-    char prompt[40];
-    std::snprintf(prompt, sizeof prompt, "\n\r [%u-%u] : ", 1u, count);
-    *master_language = static_cast<unsigned char>(get_int(1, count, prompt, LangText[333]) - 1);
-
-    if (LoadText(kCorvane, *working_language) != 0) {
-        con_printf("\n\rCannot load language strings file !");
-        console_exit(5);
     }
     return 0;
 }

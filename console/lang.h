@@ -1,10 +1,12 @@
-// The numbered user-interface texts, loaded from lang_NN.ini in the program
-// directory.
+// The numbered user-interface texts, which the store loads from
+// lang_NN.ini in the program directory (config/language.h).
 //
 // A language file serves several programs of one family: its first line is
 // the language's name, an optional "Version:" line follows, then one section
 // per program with String000="..." to String1099="..." in strict order.
 #pragma once
+
+#include <cstddef>
 
 constexpr int kTextCount = 1100;
 constexpr int kTextSize = 101;  // 100 characters and the terminator
@@ -36,15 +38,10 @@ enum LanguageKind { kTarnwick = 1, kBrisken = 2, kCorvane = 3, kHalverton = 4, k
 // Allocates every text buffer and presets it with "Text %03d". 0, or 1 when
 // memory runs out (nothing stays allocated then).
 int AllocText();
-// Loads the texts of program `kind` from language file `language`. 0 on
-// success, 1 when the file cannot be opened, 2 when it has no such section.
-// Texts after a gap or misnumbered line keep what they held before.
-int LoadText(int kind, int language);
 void FreeText();
 
-// The first-start language choice: lists the language files present, asks
-// for one, stores its number in *master_language and loads the texts of the
-// language in *working_language, which is read only after the store (the
-// master and working records are the configuration's INI and INI1). Ends the
-// program with status 5 when those texts cannot be loaded.
-int choice_language(unsigned char *master_language, const unsigned char *working_language);
+// Copies at most `limit` characters of `source` into `destination`, which
+// has room for limit + 1 bytes, and always terminates.
+void copy_text(char *destination, const char *source, size_t limit);
+// Sets text `number` to its placeholder, "Text 042".
+void preset_text(int number);

@@ -108,17 +108,25 @@ void enter_text(const char *label, char *field, size_t size) {
     end_line_input();
 }
 
-uint16_t enter_number(const char *label, unsigned current, unsigned low, unsigned high, unsigned shown_low,
-                      unsigned shown_high, const char *tail) {
+uint16_t enter_limited(const char *label, unsigned current, const NumberRange &range, unsigned shown_low,
+                       unsigned shown_high, const char *tail) {
     show_entry(label, "%u", current);
     begin_line_input();
     con_printf("\n\r%s [%u-%u]%s", LangText[332], shown_low, shown_high, tail);
     print_escapeseq(SEQ_VALUE);
-    uint16_t value = get_int1(low, high, current, "", LangText[333]);
+    uint16_t value = get_int1(range.low, range.high, current, "", LangText[333]);
     end_line_input();
     return value;
 }
 
-uint16_t enter_number(const char *label, unsigned current, unsigned low, unsigned high) {
-    return enter_number(label, current, low, high, low, high, "\t");
+uint16_t enter_limited(const char *label, unsigned current, const NumberRange &range) {
+    return enter_limited(label, current, range, range.low, range.high, "\t");
+}
+
+uint16_t ask_in_range(const char *label, unsigned current, const NumberRange &range) {
+    begin_line_input();
+    con_printf("\n\r%s [%u-%u] : ", label, range.low, range.high);
+    uint16_t value = get_int1(range.low, range.high, current, "", LangText[333]);
+    end_line_input();
+    return value;
 }

@@ -52,12 +52,20 @@ void end_line_input();
 // The entry of one text field: the framed label with the current value, then
 // the new value read in line mode. An empty line keeps the old value.
 void enter_text(const char *label, char *field, size_t size);
+// The numbers a number entry accepts, from low to high.
+struct NumberRange {
+    unsigned low, high;
+};
+
 // The entry of one number: the framed label with the current value, the
 // range prompt "\n\r<new value> [low-high]\t", then the number read in line
-// mode. A number outside [low, high] is refused with the range message and
+// mode. A number outside the range is refused with the range message and
 // gives `current`; so does an empty line.
-uint16_t enter_number(const char *label, unsigned current, unsigned low, unsigned high);
-// The same with a prompt that shows another range than the one accepted, or
-// ends differently (`tail` follows the "]").
-uint16_t enter_number(const char *label, unsigned current, unsigned low, unsigned high, unsigned shown_low,
-                      unsigned shown_high, const char *tail);
+uint16_t enter_limited(const char *label, unsigned current, const NumberRange &range);
+// The same with a prompt that shows another range than the one accepted, as
+// some screens always have, or ends differently (`tail` follows the "]").
+uint16_t enter_limited(const char *label, unsigned current, const NumberRange &range, unsigned shown_low,
+                       unsigned shown_high, const char *tail);
+// A number asked below the lines already drawn, "\n\r<label> [low-high] : ",
+// read in line mode; refused or empty, it gives `current`.
+uint16_t ask_in_range(const char *label, unsigned current, const NumberRange &range);

@@ -149,11 +149,15 @@ void sleepp(unsigned long milliseconds) { ussleep(milliseconds * 1000); }
 
 void s_tick() { ussleep(1); }
 
+// The trace file lies in the program directory, which the store names.
+static char trace_file[300] = "./debugs.log";
+
+void set_trace_file(const char *path) { std::snprintf(trace_file, sizeof trace_file, "%s", path); }
+
 void printfc(const char *text) {
     if (bDebug) con_puts(text);
     if (!bDebugLog) return;
-    char path[kProgramDirSize + 16];
-    std::snprintf(path, sizeof path, "%s%s%s", ProgramDir, "debugs", ".log");
+    const char *path = trace_file;
     FILE *log = std::fopen(path, "a+");
     if (!log) log = std::fopen(path, "w+");
     if (!log) return;

@@ -73,6 +73,8 @@ extern void (*ConsoleSleep)(unsigned long microseconds);
 // Debug trace: to the screen when bDebug is set, to debugs.log in the
 // program directory when bDebugLog is set.
 void printfc(const char *text);
+// Where printfc appends its trace: "debugs.log" in the program directory.
+void set_trace_file(const char *path);
 
 // Runs a shell command (the terminal mode switches, the script editor) and
 // returns its status. The only way the editor reaches the shell.

@@ -9,15 +9,16 @@
 #include <string>
 #include <sys/stat.h>
 
-#include "app/model_code.h"
+#include "config/model_code.h"
 #include "config/fields.h"
 #include "config/group_profile.h"
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
 #include "config/record.h"
-#include "console/globals.h"
+#include "config/files.h"
+#include "config/language.h"
 #include "console/lang.h"
-#include "schedule/codec.h"
+#include "config/codec.h"
 
 namespace {
 

@@ -3,10 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "console/input.h"
 #include "console/lang.h"
-#include "console/screen.h"
-#include "console/session.h"
 #include "console/terminal.h"
 #include "schedule/calendar.h"
 
@@ -223,12 +220,6 @@ void format_firing(const Firing &firing, const ConfigRecord &record, char *line,
     std::strncat(line, schedule_action_label(entry.Action), size - std::strlen(line) - 1);
 }
 
-static void print_firing(const Firing &firing, void *) {
-    char line[160];
-    format_firing(firing, INI1, line, sizeof line);
-    con_printf("\n\r%s", line);
-}
-
 const char *schedule_action_label(unsigned action) {
     static const int kLabels[] = {278, 273, 274, 142, 275, 276, 277, 110};
     return LangText[action < sizeof kLabels / sizeof kLabels[0] && action > 0 ? kLabels[action] : 278];
@@ -237,44 +228,4 @@ const char *schedule_action_label(unsigned action) {
 int64_t actions_end(int64_t start, int days) {
     int64_t end = start + static_cast<int64_t>(days) * 86400;
     return end > INT32_MAX ? start : end;  // schedules keep their times in 32 bits: past that, nothing is listed
-}
-
-int print_next_actions(int64_t &start, int64_t end, unsigned selected) {
-    print_escapeseq(SEQ_CLEAR);
-    cursor_gotopos(2, 0, 0);
-    print_line(1);
-    print_center(LangText[234]);
-    print_line(1);
-    int count = scan_schedules(start, end, INI1, print_firing, nullptr);
-    print_line(0);
-    con_printf("\n\r      %s", LangText[320]);
-    print_line(0);
-    con_printf("\n\r      %s", LangText[318]);
-    con_puts("\n\r");
-    print_line(1);
-    place_marker(selected, static_cast<unsigned>(count) + 6);
-    return count;
-}
-
-void next_actions(NextActionsView &view) {
-    constexpr unsigned kNext = 1, kBack = 3;
-    int64_t start = ScheduleNow();
-    int64_t end = actions_end(start, 100);
-    // A hundred days of actions may run far past the window, as they always have.
-    ConsoleFrameMayScroll = true;
-    int count = print_next_actions(start, end, view.selected);
-    while (view.open) {
-        MenuKey key = read_key();
-        unsigned first_line = static_cast<unsigned>(count) + 6;
-        if (key == KEY_DOWN && view.selected == kNext) move_marker(view.selected, kBack, first_line);
-        if (key == KEY_UP && view.selected == kBack) move_marker(view.selected, kNext, first_line);
-        if (key != KEY_ENTER) continue;
-        if (view.selected == kNext) {
-            count = print_next_actions(start, end, view.selected);  // goes on from where the scan stopped
-        } else {
-            view.open = false;
-        }
-    }
-    console_flush();  // written while it may still scroll
-    ConsoleFrameMayScroll = false;
 }

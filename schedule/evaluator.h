@@ -1,5 +1,5 @@
-// Which scheduled action fires in which minute, and the view of the actions
-// of the coming 100 days.
+// Which scheduled action fires in which minute, and the lines that list
+// the coming actions.
 #pragma once
 
 #include <cstddef>
@@ -40,15 +40,3 @@ const char *schedule_action_label(unsigned action);
 
 // Where a view of the actions of `days` days from `start` ends.
 int64_t actions_end(int64_t start, int days);
-// Draws the actions of the working copy from `start` to `end` with the
-// marker on `selected`; returns the number of lines listed.
-int print_next_actions(int64_t &start, int64_t end, unsigned selected);
-
-// The view as the schedule list opens it; its state lives as long as one
-// visit of the schedule list (closed once, it is drawn and closed at once
-// when opened again in the same visit, with its marker where it was).
-struct NextActionsView {
-    bool open = true;
-    unsigned selected = 1;
-};
-void next_actions(NextActionsView &view);

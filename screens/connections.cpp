@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "app/model_code.h"
+#include "config/model_code.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "config/group_profile.h"
+#include "config/limits.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -148,14 +149,14 @@ void group_param(int group) {
         case kRedundancy: entry.RedundancyLevel = static_cast<uint8_t>(entry.RedundancyLevel >= 3 ? 0 : entry.RedundancyLevel + 1); break;
         case kBatterySwitch: entry.AllowedBatteryShutdown = toggled(entry.AllowedBatteryShutdown); break;
         case kBatteryRuntime:
-            entry.BatteryRuntimeShutdown = enter_number(LangText[153], entry.BatteryRuntimeShutdown, 0, 65535);
+            entry.BatteryRuntimeShutdown = enter_limited(LangText[153], entry.BatteryRuntimeShutdown, range_of(Limit::GroupBatteryRuntime));
             break;
         case kSystemSwitch: entry.AllowedSystemShutdown = toggled(entry.AllowedSystemShutdown); break;
         case kSystemDelay:
-            entry.SystemShutdownDelay = enter_number(LangText[155], entry.SystemShutdownDelay, 0, 65535);
+            entry.SystemShutdownDelay = enter_limited(LangText[155], entry.SystemShutdownDelay, range_of(Limit::GroupSystemDelay));
             break;
         case kUpsSwitch: entry.AllowedUPSShutdown = toggled(entry.AllowedUPSShutdown); break;
-        case kUpsDelay: entry.UPSShutdownDelay = enter_number(LangText[157], entry.UPSShutdownDelay, 0, 65535); break;
+        case kUpsDelay: entry.UPSShutdownDelay = enter_limited(LangText[157], entry.UPSShutdownDelay, range_of(Limit::GroupUpsDelay)); break;
         case kMembers: gr_ups(group); break;
         case kEvents: gr_event(group); break;
         case kLoad: load_profile(group); break;

@@ -2,6 +2,7 @@
 // and its eight actions, on the action screen jobs use too.
 #include <cstdio>
 
+#include "config/limits.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -75,7 +76,7 @@ void choose_qualifier(GroupEvent &event, int slot) {
         } else {
             unsigned current = event.Priority[slot];
             unsigned shown = current > kSecondForm ? current - kSecondForm : current;
-            unsigned count = enter_number(LangText[175], shown, 0, 8) & 0xFF;
+            unsigned count = enter_limited(LangText[175], shown, range_of(Limit::QualifierCount)) & 0xFF;
             event.Priority[slot] = static_cast<uint16_t>(row == 1 ? count : count + kSecondForm);
         }
         return;
@@ -178,7 +179,7 @@ void group_job_param2(int group, int event, int slot) {
         case kQualifier: {
             unsigned type = entry.Type[slot];
             if (type == 23 || type == 24) {
-                entry.Priority[slot] = static_cast<uint16_t>(enter_number(LangText[310], entry.Priority[slot], 0, 8) & 0xFF);
+                entry.Priority[slot] = static_cast<uint16_t>(enter_limited(LangText[310], entry.Priority[slot], range_of(Limit::QualifierCount)) & 0xFF);
             } else if (type != 0) {
                 choose_qualifier(entry, slot);
             }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "config/limits.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -122,10 +123,10 @@ void run_action_screen(const ActionScreen &screen) {
         if (key != KEY_ENTER) continue;
         switch (row) {
         case 1: on = on ? 0 : 1; break;
-        case 2: delay = enter_limited(LangText[103], delay, "Job_", "*Delay"); break;
+        case 2: delay = enter_limited(LangText[103], delay, range_of(Limit::JobDelay)); break;
         case 3:
             if (screen.kind > 2 && screen.even) {
-                interval = enter_limited(LangText[104], interval, "Job_", "*Interval");
+                interval = enter_limited(LangText[104], interval, range_of(Limit::JobInterval));
             } else if (screen.kind == 4) {
                 edit_file(screen);
             } else {

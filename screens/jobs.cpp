@@ -5,7 +5,7 @@
 #include "console/lang.h"
 #include "console/screen.h"
 #include "console/terminal.h"
-#include "schedule/codec.h"
+#include "config/codec.h"
 #include "screens/screens.h"
 
 namespace {

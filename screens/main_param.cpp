@@ -3,10 +3,13 @@
 #include <cstdio>
 #include <cstring>
 
+#include "config/limits.h"
 #include "config/record.h"
-#include "console/globals.h"
+#include "config/files.h"
+#include "config/language.h"
 #include "console/input.h"
 #include "console/lang.h"
+#include "console/session.h"
 #include "console/screen.h"
 #include "console/terminal.h"
 #include "screens/screens.h"
@@ -144,10 +147,10 @@ void main_param() {
         case kLanguage: menu_languages(names); break;
         case kEventLog: system.EventLog = static_cast<uint8_t>(toggled(system.EventLog)); break;
         case kDataLog: system.DataLog = static_cast<uint16_t>(toggled(system.DataLog)); break;
-        case kRate: system.DataLogRate = enter_limited(LangText[25], system.DataLogRate, "System", "DataLogRate"); break;
+        case kRate: system.DataLogRate = enter_limited(LangText[25], system.DataLogRate, range_of(Limit::DataLogRate)); break;
         case kMinimum:
             // The prompt says 1-3000; up to 30000 is accepted. Both are kept so.
-            system.DataLogMin = enter_limited(LangText[26], system.DataLogMin, "System", "DataLogMin", 1, 3000, "\t");
+            system.DataLogMin = enter_limited(LangText[26], system.DataLogMin, range_of(Limit::DataLogMin), 1, 3000, "\t");
             if (system.DataLogMin > system.DataLogMax - 1) {
                 con_printf("\a\n%s\n", LangText[287]);
                 ussleep(2000000);
@@ -155,7 +158,7 @@ void main_param() {
             }
             break;
         case kMaximum:
-            system.DataLogMax = enter_limited(LangText[27], system.DataLogMax, "System", "DataLogMax", 1, 3000, "\t");
+            system.DataLogMax = enter_limited(LangText[27], system.DataLogMax, range_of(Limit::DataLogMax), 1, 3000, "\t");
             if (system.DataLogMax < system.DataLogMin + 1) {
                 con_printf("\a\n%s\n", LangText[287]);
                 ussleep(2000000);
@@ -167,4 +170,29 @@ void main_param() {
         }
         print_main_param(language_name(names), row);
     }
+}
+
+int choice_language(unsigned char *master_language, const unsigned char *working_language) {
+    unsigned count = 0;
+    for (; count < 32; ++count) {
+        char path[kProgramDirSize + 32];
+        language_path(path, sizeof path, kCorvane, static_cast<int>(count));
+        int error = 0;
+        FILE *file = open_regular(path, &error);
+        if (!file) break;
+        char name[32] = "";
+        if (std::fgets(name, sizeof name, file) && name[0]) name[std::strlen(name) - 1] = '\0';
+        std::fclose(file);
+        con_printf("\n\r    %i. %s", static_cast<int>(count) + 1, name);
+    }
+
+    char prompt[40];
+    std::snprintf(prompt, sizeof prompt, "\n\r [%u-%u] : ", 1u, count);
+    *master_language = static_cast<unsigned char>(get_int(1, count, prompt, LangText[333]) - 1);
+
+    if (LoadText(kCorvane, *working_language) != 0) {
+        con_printf("\n\rCannot load language strings file !");
+        console_exit(5);
+    }
+    return 0;
 }

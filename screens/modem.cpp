@@ -1,5 +1,6 @@
 // The dial-out modem, the GSM modem that sends the short messages, and the
 // WAP switch.
+#include "config/limits.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -72,8 +73,8 @@ void modem_param() {
         case kModemPort: enter_text(LangText[187], modem.Port, sizeof modem.Port); break;
         case kNumber1: enter_text(LangText[192], modem.Number1, sizeof modem.Number1); break;
         case kNumber2: enter_text(LangText[193], modem.Number2, sizeof modem.Number2); break;
-        case kRepeat: modem.Repeat = static_cast<uint8_t>(enter_limited(LangText[194], modem.Repeat, "ModemConfig", "Repeat")); break;
-        case kDelay: modem.Delay = static_cast<uint8_t>(enter_limited(LangText[195], modem.Delay, "ModemConfig", "Delay")); break;
+        case kRepeat: modem.Repeat = static_cast<uint8_t>(enter_limited(LangText[194], modem.Repeat, range_of(Limit::ModemRepeat))); break;
+        case kDelay: modem.Delay = static_cast<uint8_t>(enter_limited(LangText[195], modem.Delay, range_of(Limit::ModemDelay))); break;
         case kIncoming: modem.IncommingAllowed = toggled(modem.IncommingAllowed); break;
         case kModemBack: return;
         }

@@ -2,6 +2,7 @@
 // protects the service, kept only as its digest.
 #include <cstring>
 
+#include "config/limits.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -84,9 +85,9 @@ void network_param() {
         if (key != KEY_ENTER) continue;
 
         switch (row) {
-        case kCheckRate: network.CheckRate = static_cast<uint8_t>(enter_limited(LangText[34], network.CheckRate, "Network", "CheckRate")); break;
+        case kCheckRate: network.CheckRate = static_cast<uint8_t>(enter_limited(LangText[34], network.CheckRate, range_of(Limit::NetworkCheckRate))); break;
         case kServer: network.Server = static_cast<uint8_t>(toggled(network.Server)); break;
-        case kPort: network.Port = enter_limited(LangText[33], network.Port, "Network", "Port"); break;
+        case kPort: network.Port = enter_limited(LangText[33], network.Port, range_of(Limit::NetworkPort)); break;
         case kIgnoreRemote:
             system.IgnoreRemoteUPSCommands = static_cast<uint8_t>(toggled(system.IgnoreRemoteUPSCommands));
             break;

@@ -9,18 +9,6 @@
 #include "config/limits.h"
 #include "console/screen.h"
 
-// A number entered within the range the limits table gives the field (the
-// prompt may show another, as some screens always have).
-inline uint16_t enter_limited(const char *label, unsigned current, const char *section, const char *key) {
-    const FieldLimit &limit = field_limit(section, key);
-    return enter_number(label, current, limit.low, limit.high);
-}
-inline uint16_t enter_limited(const char *label, unsigned current, const char *section, const char *key,
-                              unsigned shown_low, unsigned shown_high, const char *tail) {
-    const FieldLimit &limit = field_limit(section, key);
-    return enter_number(label, current, limit.low, limit.high, shown_low, shown_high, tail);
-}
-
 // Opened from the main menu.
 void main_param();  // system parameters
 void conn_param();  // UPS connections
@@ -31,6 +19,12 @@ void jobs_param();  // jobs
 // System parameters and what they lead to.
 void print_main_param(const char *language, unsigned row);
 void menu_languages(const char (*names)[50]);
+// The first-start language choice: lists the language files present, asks
+// for one, stores its number in *master_language and loads the texts of the
+// language in *working_language, which is read only after the store (the
+// master and working records are the configuration's INI and INI1). Ends the
+// program with status 5 when those texts cannot be loaded.
+int choice_language(unsigned char *master_language, const unsigned char *working_language);
 void network_param();
 
 // The network screen's password digest, also used for a UPS's password: the
@@ -119,6 +113,17 @@ int choose_ups(bool with_remove);
 unsigned pick_from_list(const char *title, const char *const *labels, unsigned count);
 
 // Schedules.
+// Draws the actions of the working copy from `start` to `end` with the
+// marker on `selected`; returns the number of lines listed.
+int print_next_actions(int64_t &start, int64_t end, unsigned selected);
+// The view as the schedule list opens it; its state lives as long as one
+// visit of the schedule list (closed once, it is drawn and closed at once
+// when opened again in the same visit, with its marker where it was).
+struct NextActionsView {
+    bool open = true;
+    unsigned selected = 1;
+};
+void next_actions(NextActionsView &view);
 void print_sched_param(unsigned selected);
 void sch_param(int index);
 void print_sch_param(unsigned selected, int index);

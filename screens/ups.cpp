@@ -4,7 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "app/model_code.h"
+#include "config/model_code.h"
+#include "config/limits.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -248,7 +249,7 @@ void ups_param(int index) {
                 entry.SystemShutdown = 1;
             }
             break;
-        case kDelay: entry.SystemShutdownDelay = enter_number(LangText[137], entry.SystemShutdownDelay, 0, 65535); break;
+        case kDelay: entry.SystemShutdownDelay = enter_limited(LangText[137], entry.SystemShutdownDelay, range_of(Limit::UpsSystemDelay)); break;
         case kLeadSwitch:
             if (entry.SystemShutLeadAllow) {
                 entry.SystemShutLeadAllow = 0;
@@ -259,12 +260,12 @@ void ups_param(int index) {
             }
             break;
         case kLead:
-            entry.SystemShutdownLead = enter_number(LangText[138], entry.SystemShutdownLead, 0, 65535);
+            entry.SystemShutdownLead = enter_limited(LangText[138], entry.SystemShutdownLead, range_of(Limit::UpsSystemLead));
             if (entry.UPSShutdown) raise_lead_time(entry);
             break;
         case kUpsSwitch: entry.UPSShutdown = entry.UPSShutdown ? 0 : 1; break;
         case kUpsDelay:
-            entry.UPSShutdownDelay = enter_number(LangText[141], entry.UPSShutdownDelay, 0, 65535);
+            entry.UPSShutdownDelay = enter_limited(LangText[141], entry.UPSShutdownDelay, range_of(Limit::UpsShutdownDelay));
             // Guarded by the lead-time switch here, by the UPS shutdown
             // switch above: the two differ on purpose.
             if (entry.SystemShutLeadAllow) raise_lead_time(entry);

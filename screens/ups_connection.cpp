@@ -3,6 +3,7 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "config/limits.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -129,7 +130,7 @@ void ups_conn_param(int index) {
         case kKind: entry.Connection = next_kind(entry.Connection); break;  // no field is reset
         case kPort: enter_text(LangText[187], entry.Port, sizeof entry.Port); break;
         case kAddress:
-            entry.Address = static_cast<uint8_t>(enter_limited(LangText[133], entry.Address, "UPS_", "Address", 0, 255, " : "));
+            entry.Address = static_cast<uint8_t>(enter_limited(LangText[133], entry.Address, range_of(Limit::UpsAddress), 0, 255, " : "));
             break;
         case kNetworkAddress:
             if (entry.Connection == kSnmpRfc1628) {
@@ -140,7 +141,7 @@ void ups_conn_param(int index) {
                 enter_text(LangText[135], entry.IPAddress, sizeof entry.IPAddress);
             }
             break;
-        case kDevice: entry.Device = enter_limited(LangText[136], entry.Device, "UPS_", "Device"); break;
+        case kDevice: entry.Device = enter_limited(LangText[136], entry.Device, range_of(Limit::UpsDevice)); break;
         case kProtection: entry.Password = entry.Password ? 0 : 1; break;
         case kPassword: {
             uint16_t protection;  // the field itself may sit unaligned in its packed record

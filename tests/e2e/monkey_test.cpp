@@ -23,7 +23,7 @@
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
 #include "config/record.h"
-#include "console/globals.h"
+#include "config/files.h"
 #include "support/editor.h"
 
 namespace {

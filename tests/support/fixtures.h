@@ -15,7 +15,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "console/globals.h"
+#include "config/files.h"
 #include "console/input.h"
 #include "console/terminal.h"
 

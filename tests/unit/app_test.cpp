@@ -8,7 +8,7 @@
 #include <sstream>
 #include <string>
 
-#include "app/model_code.h"
+#include "config/model_code.h"
 #include "fuzz/checks.h"
 #include "support/fixtures.h"
 

@@ -7,6 +7,7 @@
 
 #include "console/globals.h"
 #include "console/input.h"
+#include "config/language.h"
 #include "console/lang.h"
 #include "console/terminal.h"
 #include "support/fixtures.h"

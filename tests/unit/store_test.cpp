@@ -19,7 +19,7 @@
 #include "config/ini_writer.h"
 #include "config/record.h"
 #include "config/replace_file.h"
-#include "console/globals.h"
+#include "config/files.h"
 #include "support/fixtures.h"
 
 namespace {

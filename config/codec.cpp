@@ -1,4 +1,4 @@
-#include "schedule/codec.h"
+#include "config/codec.h"
 
 #include <cstdio>
 #include <cstring>

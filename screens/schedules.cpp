@@ -1,12 +1,15 @@
-// Schedules: the list of the sixteen timed actions, and the editor of one,
-// which sets its UPS, its action and when it runs.
+// Schedules: the list of the sixteen timed actions, the editor of one,
+// which sets its UPS, its action and when it runs, and the view of the
+// actions of the coming 100 days.
 #include <cstdio>
 #include <cstring>
 
+#include "config/limits.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
 #include "console/screen.h"
+#include "console/session.h"
 #include "console/terminal.h"
 #include "schedule/calendar.h"
 #include "schedule/evaluator.h"
@@ -114,14 +117,57 @@ void choose_timing(ScheduleEntry &entry) {
         for (int day = 0; day < 7; ++day) days[day] = LangText[227 + day];
         entry.PeriodDay = static_cast<uint8_t>(pick_from_list(LangText[328], days, 7) - 1);
     } else if (period == kMonthly) {
-        begin_line_input();
-        con_printf("\n\r%s [1-31] : ", LangText[328]);
-        entry.PeriodDay = static_cast<uint8_t>(get_int1(1, 31, entry.PeriodDay, "", LangText[333]));
-        end_line_input();
+        entry.PeriodDay = static_cast<uint8_t>(ask_in_range(LangText[328], entry.PeriodDay, range_of(Limit::ScheduleDay)));
     }
 }
 
+void print_firing(const Firing &firing, void *) {
+    char line[160];
+    format_firing(firing, INI1, line, sizeof line);
+    con_printf("\n\r%s", line);
+}
+
 }  // namespace
+
+int print_next_actions(int64_t &start, int64_t end, unsigned selected) {
+    print_escapeseq(SEQ_CLEAR);
+    cursor_gotopos(2, 0, 0);
+    print_line(1);
+    print_center(LangText[234]);
+    print_line(1);
+    int count = scan_schedules(start, end, INI1, print_firing, nullptr);
+    print_line(0);
+    con_printf("\n\r      %s", LangText[320]);
+    print_line(0);
+    con_printf("\n\r      %s", LangText[318]);
+    con_puts("\n\r");
+    print_line(1);
+    place_marker(selected, static_cast<unsigned>(count) + 6);
+    return count;
+}
+
+void next_actions(NextActionsView &view) {
+    constexpr unsigned kNext = 1, kBack = 3;
+    int64_t start = ScheduleNow();
+    int64_t end = actions_end(start, 100);
+    // A hundred days of actions may run far past the window, as they always have.
+    ConsoleFrameMayScroll = true;
+    int count = print_next_actions(start, end, view.selected);
+    while (view.open) {
+        MenuKey key = read_key();
+        unsigned first_line = static_cast<unsigned>(count) + 6;
+        if (key == KEY_DOWN && view.selected == kNext) move_marker(view.selected, kBack, first_line);
+        if (key == KEY_UP && view.selected == kBack) move_marker(view.selected, kNext, first_line);
+        if (key != KEY_ENTER) continue;
+        if (view.selected == kNext) {
+            count = print_next_actions(start, end, view.selected);  // goes on from where the scan stopped
+        } else {
+            view.open = false;
+        }
+    }
+    console_flush();  // written while it may still scroll
+    ConsoleFrameMayScroll = false;
+}
 
 void print_sched_param(unsigned selected) {
     print_escapeseq(SEQ_CLEAR);

@@ -1,4 +1,4 @@
-#include "app/model_code.h"
+#include "config/model_code.h"
 
 #include <cstring>
 
