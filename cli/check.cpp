@@ -121,7 +121,7 @@ void check_record() {
         }
     }
     auto reference = [&](int index, std::pair<std::string, int> where, const std::string &what) {
-        int saved = saved_ups_number(index);
+        int saved = saved_ups_number(INI, index);
         if (saved < 0) {
             warn(where, what + " names " + ups_section(index) + ", which is not defined");
         } else if (saved != index) {

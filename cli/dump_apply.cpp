@@ -9,6 +9,7 @@
 #include "cli/commands.h"
 #include "cli/keys.h"
 #include "cli/store.h"
+#include "config/defaults.h"
 #include "config/record.h"
 #include "console/terminal.h"
 
@@ -19,7 +20,7 @@ using Json = nlohmann::ordered_json;
 // Every key a save would write, in its order.
 void each_key(const std::function<void(const std::string &file, const std::string &section, const KeyRef &key)> &visit) {
     int groups = 0;
-    for (const GroupEntry &group : INI.Group) groups += group.Name[0] != 0;
+    for (const GroupEntry &group : INI1.Group) groups += group.Name[0] != 0;
     std::vector<std::pair<IniFile, std::string>> files;
     for (IniFile of : kReadingOrder) {
         for (int g = 0; g < (of == kGroupIni ? groups : 1); ++g) files.emplace_back(of, file_name(of, g));
@@ -85,7 +86,8 @@ int run_dump(bool json) {
     Json all = Json::object();
     each_key([&](const std::string &file, const std::string &section, const KeyRef &key) {
         std::string value = key_value(key);
-        if (value.empty() && key.field->empty_as) value = key.field->empty_as;
+        const SaveDefault *instead = value.empty() ? save_default(key.kind->name, key.field->key) : nullptr;
+        if (instead && !instead->stored) value = instead->value.text;
         if (!json) {
             std::printf("%s:%s.%s=%s\n", file.c_str(), section.c_str(), key.field->key, value.c_str());
         } else if (key.field->kind == FieldKind::Text) {

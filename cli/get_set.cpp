@@ -37,7 +37,7 @@ int run_changes(const std::vector<Change> &changes, bool dry_run) {
         KeyRef key;
         std::string why = resolve_key(change.first, key);
         // A new entry, or a new group, is in use once its first key is set.
-        if (why.empty() && key.group >= 0 && !INI.Group[key.group].Name[0]) {
+        if (why.empty() && key.group >= 0 && !INI1.Group[key.group].Name[0]) {
             if (!(key.kind->name == std::string("Common") && key.first)) why = "the group is not in use: set its Common.Name first";
         } else if (why.empty() && !entry_in_use(key) && !key.first) {
             why = "its entry is not in use: set " + std::string(key_set(key.file, key.kind->key_set).fields[0].key) + " first";
@@ -53,18 +53,19 @@ int run_changes(const std::vector<Change> &changes, bool dry_run) {
         lines.push_back(key.name + ": " + old + " -> " + change.second);
     }
     // A schedule is saved from its decoded fields: decode the texts set.
-    DecodeSchedules();
+    DecodeSchedules(INI1);
     // Rules between fields, as the screens keep them.
-    bool bounds_changed = INI.System.DataLogMin != INI1.System.DataLogMin || INI.System.DataLogMax != INI1.System.DataLogMax;
-    if (bounds_changed && INI.System.DataLogMin >= INI.System.DataLogMax) {
-        return complain("System.DataLogMin=" + std::to_string(INI.System.DataLogMin) + ": allowed: below System.DataLogMax (" +
-                        std::to_string(INI.System.DataLogMax) + ")"),
+    const SystemSettings &system = INI1.System;
+    bool bounds_changed = system.DataLogMin != INI.System.DataLogMin || system.DataLogMax != INI.System.DataLogMax;
+    if (bounds_changed && system.DataLogMin >= system.DataLogMax) {
+        return complain("System.DataLogMin=" + std::to_string(system.DataLogMin) + ": allowed: below System.DataLogMax (" +
+                        std::to_string(system.DataLogMax) + ")"),
                kRefused;
     }
     for (int i = 0; i < kUpsEntries; ++i) {
-        const UpsEntry &ups = INI.UPS[i], &was = INI1.UPS[i];
+        const UpsEntry &ups = INI1.UPS[i], &was = INI.UPS[i];
         if (!ups.Name[0] || std::memcmp(&ups, &was, sizeof ups) == 0) continue;
-        std::string name = ups_section(saved_ups_number(i));  // as the keys number it
+        std::string name = ups_section(saved_ups_number(INI1, i));  // as the keys number it
         // The system shutdown is on exactly when its delay or its lead time is.
         if (ups.SystemShutdown != (ups.SystemShutDelayAllow || ups.SystemShutLeadAllow ? 1 : 0)) {
             return complain(name + ".SystemShutdown=" + std::to_string(ups.SystemShutdown) +

@@ -12,8 +12,9 @@
 
 namespace {
 
-unsigned char *group_base(int group) { return reinterpret_cast<unsigned char *>(&INI.Group[group]); }
-unsigned char *record_base() { return reinterpret_cast<unsigned char *>(&INI); }
+// Keys name the fields of the working copy, which a save writes.
+unsigned char *group_base(int group) { return reinterpret_cast<unsigned char *>(&INI1.Group[group]); }
+unsigned char *record_base() { return reinterpret_cast<unsigned char *>(&INI1); }
 
 bool first_in_use(const SectionKind &kind, const unsigned char *entry) {
     return entry_used(key_set(kind.file, kind.key_set), entry);
@@ -41,10 +42,10 @@ bool two_digits(const std::string &text, size_t at, int &number) {
 
 }  // namespace
 
-int saved_ups_number(int index) {
-    if (index < 0 || index >= kUpsEntries || !INI.UPS[index].Name[0]) return -1;
+int saved_ups_number(const ConfigRecord &record, int index) {
+    if (index < 0 || index >= kUpsEntries || !record.UPS[index].Name[0]) return -1;
     int number = 0;
-    for (int i = 0; i < index; ++i) number += INI.UPS[i].Name[0] != 0;
+    for (int i = 0; i < index; ++i) number += record.UPS[i].Name[0] != 0;
     return number;
 }
 
@@ -96,7 +97,7 @@ std::string resolve_key(const std::string &text, KeyRef &key) {
     int number = 0;
     if (!parse_file_name(file, key.file, number)) return "no such file: " + file;
     if (key.file == kGroupIni) {
-        key.group = nth_in_use(number, kGroups, [](int g) { return INI.Group[g].Name[0] != 0; });
+        key.group = nth_in_use(number, kGroups, [](int g) { return INI1.Group[g].Name[0] != 0; });
         if (key.group < 0) return "no such group file: groups are numbered without gaps";
     }
     for (int k = 0; k < kSectionKindCount && !key.kind; ++k) {
@@ -126,7 +127,7 @@ std::string resolve_key(const std::string &text, KeyRef &key) {
 }
 
 bool entry_in_use(const KeyRef &key) {
-    if (key.group >= 0 && !INI.Group[key.group].Name[0]) return false;
+    if (key.group >= 0 && !INI1.Group[key.group].Name[0]) return false;
     if (!key.kind->compact) return true;
     return first_in_use(*key.kind, key.where - key.field->offset);
 }

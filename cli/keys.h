@@ -14,6 +14,8 @@
 
 #include "config/fields.h"
 
+struct ConfigRecord;
+
 struct KeyRef {
     IniFile file = kKorvelIni;
     int group = -1;  // the record's group, for a group file
@@ -21,11 +23,11 @@ struct KeyRef {
     int entry = 0;  // the record's entry of the kind
     const Field *field = nullptr;
     bool first = false;  // the key that puts its entry in use
-    unsigned char *where = nullptr;  // the field in INI
+    unsigned char *where = nullptr;  // the field in the working copy INI1
     std::string name;  // as "[FILE:]SECTION.KEY", the file left out for korvel.ini
 };
 
-// Finds `text` in INI. "" or why it names no key.
+// Finds `text` in the working copy INI1. "" or why it names no key.
 std::string resolve_key(const std::string &text, KeyRef &key);
 // Whether the entry (or the group) `key` names is in use.
 bool entry_in_use(const KeyRef &key);
@@ -39,10 +41,10 @@ void store_value(const KeyRef &key, const std::string &value);
 // The name of section `index` of a file's kind ("System", "UPS_03"), numbered
 // as after a save.
 std::string section_name(const SectionKind &kind, int number);
-// The number a save gives UPS entry `index` of the record (the entries in
+// The number a save gives UPS entry `index` of `record` (the entries in
 // use counted from 0), or -1 for an entry not in use; and the section name
 // "UPS_nn" of a number.
-int saved_ups_number(int index);
+int saved_ups_number(const ConfigRecord &record, int index);
 std::string ups_section(int number);
 
 // The files in the order Korvel reads them and a save writes them.

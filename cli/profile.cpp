@@ -18,10 +18,11 @@ int run_profile(const std::string &action, const std::string &group_name, const 
     int group = -1;
     if (resolve_key(key + ":Common.Name", ref).empty() && entry_in_use(ref)) group = ref.group;
     for (int g = 0; g < kGroups && group < 0; ++g) {
-        if (INI.Group[g].Name[0] && group_name == std::string(INI.Group[g].Name, strnlen(INI.Group[g].Name, sizeof INI.Group[g].Name))) group = g;
+        const GroupEntry &entry = INI1.Group[g];
+        if (entry.Name[0] && group_name == std::string(entry.Name, strnlen(entry.Name, sizeof entry.Name))) group = g;
     }
     if (group < 0) return complain(group_name + ": no such group in use"), kRefused;
-    GroupEvent *events = INI.Group[group].Event;
+    GroupEvent *events = INI1.Group[group].Event;
     int error = action == "save" ? SaveGroupProfile(path.c_str(), events) : LoadGroupProfile(path.c_str(), events);
     if (error) return complain(path + ": " + std::strerror(error)), kRefused;
     if (action == "save") return kDone;

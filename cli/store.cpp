@@ -50,37 +50,30 @@ int load_directory(const std::string &directory, bool lock, int files) {
     return kDone;
 }
 
-namespace {
-
-std::map<std::string, std::string> before;  // each file's text as the record was read
-
-bool remember(const char *name, const char *bytes, size_t size) {
-    before[name].assign(bytes, size);
-    return false;
-}
-
-bool changed(const char *name, const char *bytes, size_t size) {
-    auto old = before.find(name);
-    return old == before.end() || old->second != std::string(bytes, size);
-}
-
-}  // namespace
-
 int save_changes(std::vector<std::string> &written) {
     // A file changed by hand while we read and checked is not overwritten.
     for (int i = 0; i < kWatchedFiles; ++i) {
         if (file_changed(ProgramDir, i)) return complain(std::string(kWatchedNames[i]) + " changed on disk meanwhile: nothing written"), kRefused;
     }
-    // The texts of the record as read, made the way a save makes them; then
-    // the save writes only the files whose text is not the same.
-    auto now = std::make_unique<ConfigRecord>(INI);
-    INI = INI1;
-    SaveWanted = remember;
-    SaveINI();
-    INI = *now;
-    SaveWanted = changed;
-    int error = SaveINI();
-    SaveWanted = nullptr;
+    // The texts of the record as read and of the working copy, each made the
+    // way a save makes it; the save writes only the files whose text differs.
+    FileTexts before, after;
+    int error = ProduceINI(INI, before);
+    if (!error && (error = ProduceINI(INI1, after)) != 0) FreeTexts(before);
+    if (error) return complain(std::string("saving failed: ") + std::strerror(error) + "; no file changed"), kRefused;
+    bool wanted[kSavedFiles];
+    for (int i = 0; i < after.count; ++i) {
+        const FileText &text = after.file[i];
+        wanted[i] = true;
+        for (int k = 0; k < before.count; ++k) {
+            const FileText &old = before.file[k];
+            if (std::strcmp(old.name, text.name) == 0) wanted[i] = old.size != text.size || std::memcmp(old.bytes, text.bytes, text.size) != 0;
+        }
+    }
+    error = WriteTexts(after, wanted);
+    FreeTexts(before);
+    FreeTexts(after);
+    if (!error) INI = INI1;
     for (const char *name = SavedFiles; *name;) {
         size_t length = std::strcspn(name, " ");
         written.emplace_back(name, length);
@@ -95,9 +88,8 @@ int save_changes(std::vector<std::string> &written) {
 }
 
 void store_defaults() {
-    SaveWanted = [](const char *, const char *, size_t) { return false; };
-    SaveINI();
-    SaveWanted = nullptr;
+    FileTexts texts;
+    if (ProduceINI(INI1, texts) == 0) FreeTexts(texts);
 }
 
 bool load_texts() {

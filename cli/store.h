@@ -11,8 +11,8 @@ enum Status { kDone = 0, kRefused = 1, kCannotLoad = 2, kLocked = 3 };
 // Prints "corvanectl: <message>" on standard error.
 void complain(const std::string &message);
 
-// Loads every file of `directory` into the record (INI, and the copy as
-// read, INI1). kDone, or kCannotLoad with the reason said. With `lock`, the
+// Loads every file of `directory` into the committed record INI and the
+// working copy INI1, which the commands change. kDone, or kCannotLoad with the reason said. With `lock`, the
 // directory is locked first, for as long as the process runs (kLocked when
 // an editor holds it).
 int load_directory(const std::string &directory, bool lock, int files = 5);
@@ -20,12 +20,13 @@ int load_directory(const std::string &directory, bool lock, int files = 5);
 // the group files, sensor.ini) must be read to know the keys named.
 int files_for(const std::vector<std::string> &keys);
 
-// Writes the files whose text changes between the record as read and as it
-// is now, through the editor's two-phase save. kDone or kRefused with the
+// Writes the files whose text differs between the record as read (INI) and
+// the working copy (INI1), through the editor's two-phase save; INI then
+// takes the working copy. kDone or kRefused with the
 // reason said; `written` gets the names of the files written.
 int save_changes(std::vector<std::string> &written);
 
-// Stores in the record the defaults a save stores (an empty serial device,
+// Stores in the working copy the defaults a save stores (an empty serial device,
 // a zero mail port ...), writing nothing.
 void store_defaults();
 

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "console/lang.h"
 
 unsigned char get_hex(const char *text) {
     auto digit = [](unsigned char c) {
@@ -28,8 +27,8 @@ static void schedule_bytes(const ScheduleEntry &entry, unsigned char bytes[9]) {
     bytes[8] = entry.PeriodDay;
 }
 
-void DecodeSchedules() {
-    for (ScheduleEntry &entry : INI.Schedule) {
+void DecodeSchedules(ConfigRecord &record) {
+    for (ScheduleEntry &entry : record.Schedule) {
         if (!entry.Data[0]) continue;
         // A text shorter than 18 digits decodes the rest from the zeros
         // after it; the field is 20 bytes, so this stays inside it.
@@ -44,8 +43,8 @@ void DecodeSchedules() {
     }
 }
 
-void EncodeSchedules() {
-    for (ScheduleEntry &entry : INI.Schedule) {
+void EncodeSchedules(ConfigRecord &record) {
+    for (ScheduleEntry &entry : record.Schedule) {
         if (entry.Action == kActionUnused) {
             std::memset(&entry, 0, sizeof entry);
             continue;
@@ -55,26 +54,5 @@ void EncodeSchedules() {
         char text[sizeof entry.Data] = {};
         for (int i = 0; i < 9; ++i) std::snprintf(text + 2 * i, 3, "%02X", b[i]);
         std::memcpy(entry.Data, text, sizeof entry.Data);
-    }
-}
-
-void JobToDefault(JobEntry &job, int index, int mode) {
-    std::memset(&job, 0, sizeof job);
-    job.Log = 1;
-    job.LocalMessage = 1;
-    // Events that last (power failure, battery low ...) repeat their message.
-    bool repeating = index < 22 ? index % 2 == 0 : index != 24 && index != 27 && index != 29;
-    job.LocalMessageInterval = repeating ? 60 : 0;
-
-    int text;
-    if (index >= 22) {
-        text = index + 362;
-    } else if (mode == 0) {
-        text = index == 2 ? 341 : index + 79;
-    } else {
-        text = index + 400;
-    }
-    if (text >= 0 && text < kTextCount && LangText[text]) {
-        std::snprintf(job.Message, sizeof job.Message, "%s", LangText[text]);
     }
 }

@@ -8,14 +8,14 @@
 
 namespace {
 
-#define FIELD(S, member, kind) {#member, offsetof(S, member), sizeof(S::member), FieldKind::kind, nullptr}
+#define FIELD(S, member, kind) {#member, offsetof(S, member), sizeof(S::member), FieldKind::kind}
 #define TEXT(S, member) FIELD(S, member, Text)
 #define NUMBER(S, member) FIELD(S, member, Number)
 
 // [System] also holds two settings that live in the network block.
 #define SYSTEM_FROM_NETWORK(member)                                                                    \
     {#member, offsetof(ConfigRecord, Network) + offsetof(NetworkSettings, member) - offsetof(ConfigRecord, System), \
-     sizeof(NetworkSettings::member), FieldKind::Number, nullptr}
+     sizeof(NetworkSettings::member), FieldKind::Number}
 
 const Field kSystemKeys[] = {
     TEXT(SystemSettings, Name),
@@ -68,7 +68,7 @@ const Field kEmailConfigKeys[] = {
     TEXT(EmailService, Name),
     TEXT(EmailService, Address),
     NUMBER(EmailService, Timeout),
-    {"Subject", offsetof(EmailService, Subject), sizeof(EmailService::Subject), FieldKind::Text, "Korvel"},
+    TEXT(EmailService, Subject),
     NUMBER(EmailService, AuthAllowed),
     TEXT(EmailService, Login),
     TEXT(EmailService, Password),
@@ -140,7 +140,7 @@ const Field kVoiceKeys[] = {
 // The 25 job keys, at `base` within their entry: jobs start at 0, group
 // events after their conditions. The switches keep 8 bits, delays 16.
 #define JOB_FIELD(member, kind, base) \
-    {#member, (base) + offsetof(JobEntry, member), sizeof(JobEntry::member), FieldKind::kind, nullptr}
+    {#member, (base) + offsetof(JobEntry, member), sizeof(JobEntry::member), FieldKind::kind}
 #define JOB_KEYS(base)                                                                                     \
     JOB_FIELD(Log, Switch, base), JOB_FIELD(LogDelay, Number, base), JOB_FIELD(Execute, Switch, base),     \
         JOB_FIELD(ExecuteDelay, Number, base), JOB_FIELD(ExecuteInterval, Number, base),                   \
@@ -169,12 +169,12 @@ const Field kGroupCommonKeys[] = {
 };
 
 // Member slot k of [UPS] is key UPS_0k, at offset 2k from the first member.
-#define MEMBER(k) {"UPS_0" #k, (k) * sizeof(uint16_t), sizeof(uint16_t), FieldKind::Number, nullptr}
+#define MEMBER(k) {"UPS_0" #k, (k) * sizeof(uint16_t), sizeof(uint16_t), FieldKind::Number}
 const Field kGroupMemberKeys[] = {MEMBER(0), MEMBER(1), MEMBER(2), MEMBER(3),
                                   MEMBER(4), MEMBER(5), MEMBER(6), MEMBER(7)};
 
 #define CONDITION(name, array, k) \
-    {name, offsetof(GroupEvent, array) + (k) * sizeof(uint16_t), sizeof(uint16_t), FieldKind::Switch, nullptr}
+    {name, offsetof(GroupEvent, array) + (k) * sizeof(uint16_t), sizeof(uint16_t), FieldKind::Switch}
 const Field kGroupEventKeys[] = {
     CONDITION("Type1", Type, 0),         CONDITION("Type2", Type, 1),         CONDITION("Type3", Type, 2),
     CONDITION("Type4", Type, 3),         CONDITION("Type5", Type, 4),         CONDITION("Type6", Type, 5),

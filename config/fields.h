@@ -26,7 +26,6 @@ struct Field {
     uint32_t offset;       // from the start of its section's entry
     uint16_t width;        // bytes
     FieldKind kind;
-    const char *empty_as;  // written instead of an empty text, without storing it
 };
 
 struct KeySet {

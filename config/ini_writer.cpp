@@ -2,71 +2,82 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstddef>
+#include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 
-#include "config/ini_reader.h"
-#include "config/record.h"
-#include "config/replace_file.h"
-#include "config/files.h"
-#include "console/terminal.h"
 #include "config/codec.h"
+#include "config/defaults.h"
+#include "config/files.h"
+#include "config/ini_reader.h"
+#include "config/replace_file.h"
+#include "console/terminal.h"
 
-static const unsigned char *record_end() { return reinterpret_cast<const unsigned char *>(&INI) + sizeof INI; }
+namespace {
 
-static void write_section(ReplaceFile &out, const char *header, const KeySet &keys, const SectionKind &kind,
-                          const unsigned char *entry) {
-    replace_printf(out, "%s\n", header);
+// A file's text as it is produced: printed into memory, the first error kept.
+struct Producing {
+    FILE *stream;
+    int error;
+};
+
+void put(Producing &out, const char *format, ...) __attribute__((format(printf, 2, 3)));
+void put(Producing &out, const char *format, ...) {
+    if (out.error) return;
+    va_list args;
+    va_start(args, format);
+    if (std::vfprintf(out.stream, format, args) < 0) out.error = errno ? errno : ENOMEM;
+    va_end(args);
+}
+
+// `end` is the end of the record: a text that fills its field has no
+// terminator and runs on to the next zero byte of the record, as Korvel has
+// always written it.
+void write_section(Producing &out, const char *header, const KeySet &keys, const SectionKind &kind,
+                   const unsigned char *entry, const unsigned char *end) {
+    put(out, "%s\n", header);
     for (int slot = 0; slot < keys.count; ++slot) {
         const Field &field = keys.fields[slot];
         const unsigned char *where = entry + field.offset;
         if (field.kind == FieldKind::Text) {
-            // A text that fills its field has no terminator and runs on to
-            // the next zero byte of the record, as Korvel has always written it.
-            size_t room = static_cast<size_t>(record_end() - where);
+            size_t room = static_cast<size_t>(end - where);
             const void *zero = std::memchr(where, 0, room);
             size_t length = zero ? static_cast<size_t>(static_cast<const unsigned char *>(zero) - where) : room;
             const char *text = reinterpret_cast<const char *>(where);
-            if (length == 0 && field.empty_as) {
-                text = field.empty_as;
+            const SaveDefault *instead = length == 0 ? save_default(kind.name, field.key) : nullptr;
+            if (instead && !instead->stored) {
+                text = instead->value.text;
                 length = std::strlen(text);
             }
-            replace_printf(out, "%s=\"%.*s\"\n", field.key, static_cast<int>(length), text);
+            put(out, "%s=\"%.*s\"\n", field.key, static_cast<int>(length), text);
         } else {
             unsigned value = field_number(where, field.width);
             if (kind.skip_zero_keys && value == 0) continue;
-            replace_printf(out, "%s=%u\n", field.key, value);
+            put(out, "%s=%u\n", field.key, value);
         }
     }
-    replace_printf(out, "\n");
+    put(out, "\n");
 }
 
-bool (*SaveWanted)(const char *name, const char *bytes, size_t size) = nullptr;
-
-// While SaveINI runs, the files staged so far, committed together at its end.
-static ReplaceFile staged[kWatchedFiles];
-static int staged_count = -1;  // -1: no SaveINI running, each file is committed at once
-
-int write_ini_file(IniFile file, const char *name, const unsigned char *base,
-                   void (*before_section)(const SectionKind &)) {
-    char path[kProgramDirSize + 32];
-    std::snprintf(path, sizeof path, "%s%s", ProgramDir, name);
-    static ReplaceFile single;
-    ReplaceFile &out = staged_count >= 0 && staged_count < kWatchedFiles ? staged[staged_count] : single;
-    if (int error = replace_open(out, path)) return error;
-
-    replace_printf(out, "; This is file with configuration parameters for KORVEL \n; Do not change any line !\n\n");
+// Every section of `file` from `base` (the record, or one group of it).
+int produce(IniFile file, ConfigRecord &record, const unsigned char *base, const char *name, FileText &text) {
+    text = FileText{};
+    std::snprintf(text.name, sizeof text.name, "%s", name);
+    Producing out = {open_memstream(&text.bytes, &text.size), 0};
+    if (!out.stream) return errno ? errno : ENOMEM;
+    const unsigned char *end = reinterpret_cast<const unsigned char *>(&record) + sizeof record;
+    put(out, "; This is file with configuration parameters for KORVEL \n; Do not change any line !\n\n");
     for (int k = 0; k < kSectionKindCount; ++k) {
         const SectionKind &kind = kSectionKinds[k];
         if (kind.file != file) continue;
-        if (before_section) before_section(kind);
+        apply_save_defaults(record, kind);
         const KeySet &keys = key_set(file, kind.key_set);
         char header[kNameSize + 8];
         if (kind.slots == 1) {
             std::snprintf(header, sizeof header, "[%s]", kind.name);
-            write_section(out, header, keys, kind, base + kind.base);
+            write_section(out, header, keys, kind, base + kind.base, end);
             continue;
         }
         // Series: every entry under its own number, or, when compacted, the
@@ -76,89 +87,44 @@ int write_ini_file(IniFile file, const char *name, const unsigned char *base,
             const unsigned char *entry = base + kind.base + index * kind.entry_size;
             if (kind.compact && !entry_used(keys, entry)) continue;
             std::snprintf(header, sizeof header, "[%s%02u]", kind.name, kind.compact ? written : index);
-            write_section(out, header, keys, kind, entry);
+            write_section(out, header, keys, kind, entry, end);
             ++written;
         }
     }
-    if (SaveWanted && !out.error && std::fflush(out.stream) == 0 && !SaveWanted(name, out.bytes, out.size)) {
-        replace_discard(out);
-        return 0;
+    if (std::fclose(out.stream) != 0 && !out.error) out.error = errno ? errno : ENOMEM;
+    if (out.error) {
+        std::free(text.bytes);
+        text = FileText{};
     }
-    if (int error = replace_stage(out)) return error;
-    if (&out == &single) return replace_commit(out);  // staged just above
-    ++staged_count;
-    return 0;
+    return out.error;
 }
 
-static const unsigned char *whole_record() { return reinterpret_cast<const unsigned char *>(&INI); }
-
-// Korvel needs these set: an empty or zero value becomes the default in the
-// record itself, each just before its own section is written, so that a
-// full-width text of an earlier section, which runs on to the next zero
-// byte, shows the record as it stood when that section was written.
-static void apply_default(const SectionKind &kind) {
-    switch (kind.base) {
-    case offsetof(ConfigRecord, Serial):
-        if (!INI.Serial[0].Device[0]) set_text(INI.Serial[0].Device, sizeof INI.Serial[0].Device, "AUTO");
-        break;
-    case offsetof(ConfigRecord, EmailConfig):
-        if (INI.EmailConfig.Port == 0) INI.EmailConfig.Port = 25;
-        if (INI.EmailConfig.Timeout == 0) INI.EmailConfig.Timeout = 5;
-        break;
-    case offsetof(ConfigRecord, BriskenModemConfig):
-        if (INI.BriskenModemConfig.DeviceNo == 0) INI.BriskenModemConfig.DeviceNo = 1;
-        break;
-    case offsetof(ConfigRecord, WapConfig):
-        if (INI.WapConfig.Port == 0) INI.WapConfig.Port = 9200;
-        break;
+const char *file_name_of(IniFile file) {
+    switch (file) {
+    case kKorvelIni: return "korvel.ini";
+    case kJobsIni: return "jobs.ini";
+    case kJobsStsIni: return "jobsSTS.ini";
+    case kSensorIni: return "sensor.ini";
+    default: return "";
     }
 }
 
-int SaveKorvelINI() {
-    // The defaults are stored only when the file is written: a failure
-    // leaves the record as it was.
-    char device[sizeof INI.Serial[0].Device];
-    std::memcpy(device, INI.Serial[0].Device, sizeof device);
-    const EmailService email = INI.EmailConfig;
-    const ViewerModem viewer = INI.BriskenModemConfig;
-    const WapService wap = INI.WapConfig;
-    int error = write_ini_file(kKorvelIni, "korvel.ini", whole_record(), apply_default);
-    if (error) {
-        std::memcpy(INI.Serial[0].Device, device, sizeof device);
-        INI.EmailConfig = email;
-        INI.BriskenModemConfig = viewer;
-        INI.WapConfig = wap;
-    }
-    return error;
+// The trace of a file whose save failed, by the writer that writes it.
+const char *failure_message(const char *name) {
+    if (std::strcmp(name, "korvel.ini") == 0) return "\n\rSaveKorvelINI fail ";
+    if (std::strcmp(name, "jobs.ini") == 0) return "\n\rSaveJobsINI fail ";
+    if (std::strcmp(name, "jobsSTS.ini") == 0) return "\n\rSaveJobsSTSINI fail ";
+    if (std::strcmp(name, "sensor.ini") == 0) return "\n\rSaveSensorINI fail ";
+    return "\n\rSaveGroupsINI fail ";
 }
-
-int SaveJobsINI() { return write_ini_file(kJobsIni, "jobs.ini", whole_record()); }
-int SaveJobsSTSINI() { return write_ini_file(kJobsStsIni, "jobsSTS.ini", whole_record()); }
-int SaveSensorINI() { return write_ini_file(kSensorIni, "sensor.ini", whole_record()); }
-
-int SaveGroupsINI() {
-    int written = 0;
-    for (const GroupEntry &group : INI.Group) {
-        if (!group.Name[0]) continue;
-        char name[16];
-        group_file_name(name, sizeof name, written);
-        if (int error = write_ini_file(kGroupIni, name, reinterpret_cast<const unsigned char *>(&group))) {
-            return error;
-        }
-        ++written;
-    }
-    return 0;
-}
-
-char SavedFiles[256], UnsavedFiles[256];
 
 // Puts every staged file in place. A failure here (rare: everything is on
 // disk already) leaves the names of the files that are new and those that
 // are not.
-static int commit_staged() {
+int commit_staged(ReplaceFile *staged, int count) {
     int first_error = 0;
     char *fresh = SavedFiles, *old = UnsavedFiles;
-    for (int i = 0; i < staged_count; ++i) {
+    for (int i = 0; i < count; ++i) {
         const char *name = std::strrchr(staged[i].target, '/');
         name = name ? name + 1 : staged[i].target;
         int error = first_error ? ECANCELED : replace_commit(staged[i]);
@@ -170,15 +136,72 @@ static int commit_staged() {
     return first_error;
 }
 
-int SaveINI() {
-    static const struct {
-        int (*save)();
-        const char *failure;
-    } kWriters[] = {
-        {SaveKorvelINI, "\n\rSaveKorvelINI fail "}, {SaveJobsINI, "\n\rSaveJobsINI fail "},
-        {SaveJobsSTSINI, "\n\rSaveJobsSTSINI fail "}, {SaveGroupsINI, "\n\rSaveGroupsINI fail "},
-        {SaveSensorINI, "\n\rSaveSensorINI fail "},
-    };
+// Produces from a copy of INI, saves, and lets INI take the defaults the
+// save applied once the files were staged.
+int save_from_record(int (*produce_texts)(ConfigRecord &, FileTexts &)) {
+    static ConfigRecord produced;
+    produced = INI;
+    FileTexts texts;
+    int error = produce_texts(produced, texts);
+    if (error) return error;
+    error = WriteTexts(texts);
+    if (!error || SavedFiles[0] || UnsavedFiles[0]) INI = produced;
+    FreeTexts(texts);
+    return error;
+}
+
+template <IniFile file> int one_file(ConfigRecord &record, FileTexts &texts) {
+    texts.count = 1;
+    return ProduceFile(file, record, 0, texts.file[0]);
+}
+
+int group_files(ConfigRecord &record, FileTexts &texts) {
+    texts.count = 0;
+    for (int group = 0; group < kGroups; ++group) {
+        if (!record.Group[group].Name[0]) continue;
+        if (int error = ProduceFile(kGroupIni, record, group, texts.file[texts.count])) return FreeTexts(texts), error;
+        ++texts.count;
+    }
+    return 0;
+}
+
+}  // namespace
+
+int ProduceFile(IniFile file, ConfigRecord &record, int group, FileText &text) {
+    if (file == kGroupIni) {
+        char name[16];
+        int number = 0;  // its file's number: the groups in use before it
+        for (int g = 0; g < group; ++g) number += record.Group[g].Name[0] != 0;
+        group_file_name(name, sizeof name, number);
+        return produce(file, record, reinterpret_cast<const unsigned char *>(&record.Group[group]), name, text);
+    }
+    if (file == kKorvelIni) EncodeSchedules(record);
+    return produce(file, record, reinterpret_cast<const unsigned char *>(&record), file_name_of(file), text);
+}
+
+void FreeTexts(FileTexts &texts) {
+    for (int i = 0; i < texts.count; ++i) std::free(texts.file[i].bytes);
+    texts.count = 0;
+}
+
+int ProduceINI(ConfigRecord &record, FileTexts &texts) {
+    texts.count = 0;
+    for (IniFile file : {kKorvelIni, kJobsIni, kJobsStsIni, kGroupIni, kSensorIni}) {
+        for (int group = 0; group < (file == kGroupIni ? kGroups : 1); ++group) {
+            if (file == kGroupIni && !record.Group[group].Name[0]) continue;
+            if (int error = ProduceFile(file, record, group, texts.file[texts.count])) {
+                FreeTexts(texts);
+                return error;
+            }
+            ++texts.count;
+        }
+    }
+    return 0;
+}
+
+char SavedFiles[256], UnsavedFiles[256];
+
+int WriteTexts(const FileTexts &texts, const bool *wanted) {
     // A signal that ends the editor waits until every file is in place or
     // none is: never a temporary left, never half a set.
     sigset_t held, before;
@@ -186,22 +209,42 @@ int SaveINI() {
     for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaddset(&held, number);
     sigprocmask(SIG_BLOCK, &held, &before);
     SavedFiles[0] = UnsavedFiles[0] = '\0';
-    EncodeSchedules();
-    staged_count = 0;
-    int result = 0;
-    for (const auto &writer : kWriters) {
-        if (int error = writer.save()) {
-            printfc(writer.failure);
+    static ReplaceFile staged[kSavedFiles];
+    int count = 0, result = 0;
+    for (int i = 0; i < texts.count; ++i) {
+        if (wanted && !wanted[i]) continue;
+        const FileText &text = texts.file[i];
+        char path[kProgramDirSize + 32];
+        std::snprintf(path, sizeof path, "%s%s", ProgramDir, text.name);
+        ReplaceFile &out = staged[count];
+        int error = replace_open(out, path);
+        if (!error) {
+            replace_write(out, text.bytes, text.size);
+            error = replace_stage(out);
+        }
+        if (error) {
+            printfc(failure_message(text.name));
             result = error;
             break;
         }
+        ++count;
     }
     if (result) {
-        for (ReplaceFile &file : staged) replace_discard(file);
+        for (int i = 0; i <= count && i < kSavedFiles; ++i) replace_discard(staged[i]);
     } else {
-        result = commit_staged();
+        result = commit_staged(staged, count);
     }
-    staged_count = -1;
     sigprocmask(SIG_SETMASK, &before, nullptr);
     return result;
 }
+
+int SaveINI() {
+    EncodeSchedules(INI);
+    return save_from_record(ProduceINI);
+}
+
+int SaveKorvelINI() { return save_from_record(one_file<kKorvelIni>); }
+int SaveJobsINI() { return save_from_record(one_file<kJobsIni>); }
+int SaveJobsSTSINI() { return save_from_record(one_file<kJobsStsIni>); }
+int SaveSensorINI() { return save_from_record(one_file<kSensorIni>); }
+int SaveGroupsINI() { return save_from_record(group_files); }

@@ -1,30 +1,59 @@
-// Writing the record INI back to Korvel's files.
+// Writing the record back to Korvel's files, in two steps: producing the
+// exact bytes of every file, which touches no disk, and saving those bytes
+// all or none.
 //
 // Files are regenerated from the record every time: two comment lines, an
 // empty line, then each section as its header, its keys one per line and an
-// empty line. Each file is replaced whole or not at all.
+// empty line.
 #pragma once
 
 #include <cstddef>
 
 #include "config/fields.h"
+#include "config/record.h"
 
-// Encodes the schedules and writes every file: korvel.ini, jobs.ini,
-// jobsSTS.ini, the group files, sensor.ini, all or none. Each is staged in
-// that order, and only when all are staged are they put in place. 0, or the
-// error number of the first file that could not be staged (then no file has
-// changed) or put in place (then UnsavedFiles names the files that are not
-// new, SavedFiles those that are). Signals that end the program wait until it
-// returns.
-int SaveINI();
+// The text of one file a save writes.
+struct FileText {
+    char name[16];  // "korvel.ini", "group_02.ini" ...
+    char *bytes;
+    size_t size;
+};
+// The texts of every file one save writes, in the order it writes them:
+// korvel.ini, jobs.ini, jobsSTS.ini, the files of the groups in use
+// (group_00.ini, group_01.ini ... in entry order), sensor.ini.
+constexpr int kSavedFiles = 4 + kGroups;
+struct FileTexts {
+    FileText file[kSavedFiles];
+    int count;
+};
+
+// Produces the texts of every file a save of `record` writes. As a save
+// does, it encodes the schedules and stores the writer's defaults in
+// `record` (each just before its own section, so that a full-width text of
+// an earlier section, which runs on to the next zero byte, shows the record
+// as it stood then); it touches no file and no other global. 0, or the
+// error number (then no text is kept).
+int ProduceINI(ConfigRecord &record, FileTexts &texts);
+// The text of one file of `record` ("group" picks the group entry of a
+// group file); the same rules, for one file.
+int ProduceFile(IniFile file, ConfigRecord &record, int group, FileText &text);
+void FreeTexts(FileTexts &texts);
+
+// Saves the texts of `texts` whose `wanted` flag is set (every one when
+// `wanted` is null) to ProgramDir: each is staged in order, and only when
+// all are staged are they put in place. 0, or the error number of the first
+// file that could not be staged (then no file has changed) or put in place
+// (then UnsavedFiles names the files that are not new, SavedFiles those that
+// are). Signals that end the program wait until it returns.
+int WriteTexts(const FileTexts &texts, const bool *wanted = nullptr);
 extern char SavedFiles[256], UnsavedFiles[256];
 
-// Asked, once a file's new text is complete, whether the save is to write
-// it. Null, the editor's way, writes every file; corvanectl writes only the
-// files whose text changes.
-extern bool (*SaveWanted)(const char *name, const char *bytes, size_t size);
+// Produces and saves every file from INI. The defaults the save applies
+// are stored in INI once the files are staged; a failure before leaves INI
+// as it was, but for the schedules, which are encoded first.
+int SaveINI();
 
-// Each writes its file from INI and returns 0 or the error number.
+// Each produces its file from INI and saves it alone. 0 or the error number.
 int SaveKorvelINI();
 int SaveJobsINI();
 int SaveJobsSTSINI();
@@ -32,9 +61,3 @@ int SaveSensorINI();
 // Writes the groups in use to group_00.ini, group_01.ini ... in entry order.
 // Files numbered from the count of groups written on are left alone.
 int SaveGroupsINI();
-
-// Writes every section of `file` from `base` (the record, or one group)
-// to ProgramDir + `name`. 0 or the error number. Once the file is open,
-// `before_section` (when given) is called before each kind of section.
-int write_ini_file(IniFile file, const char *name, const unsigned char *base,
-                   void (*before_section)(const SectionKind &) = nullptr);

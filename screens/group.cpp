@@ -3,6 +3,7 @@
 // events as a profile file.
 #include <cstring>
 
+#include "config/defaults.h"
 #include "config/group_profile.h"
 #include "config/limits.h"
 #include "config/record.h"
@@ -103,10 +104,7 @@ void print_group_param(unsigned row, int group) {
 void group_param(int group) {
     GroupEntry &entry = INI1.Group[group];
     if (!entry.Name[0]) {
-        // An undefined group starts afresh.
-        std::memset(&entry, 0, sizeof entry);
-        entry.AllowedUPSReboot = 1;
-        entry.RedundancyLevel = 0;
+        new_group(entry);  // an undefined group starts afresh
     }
     unsigned row = kDelete;
     print_group_param(row, group);

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "config/defaults.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -120,9 +121,7 @@ void gr_event_param(int group, int event) {
     if (entry.Type[0] == 0) {
         // An undefined event starts afresh; without a condition it stays
         // undefined in the list.
-        std::memset(&entry, 0, sizeof entry);
-        entry.Job.Log = 1;
-        std::snprintf(entry.Job.Message, sizeof entry.Job.Message, "Event %02d", event);
+        new_event(entry, event);
     }
     unsigned row = kConditions;
     print_gr_event_param(row, group, event);

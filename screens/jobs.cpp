@@ -1,11 +1,11 @@
 // Jobs: all jobs on or off, the two lists of jobs, the reset of all jobs and
 // the shutdown script.
+#include "config/defaults.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
 #include "console/screen.h"
 #include "console/terminal.h"
-#include "config/codec.h"
 #include "screens/screens.h"
 
 namespace {

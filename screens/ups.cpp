@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "config/model_code.h"
+#include "config/defaults.h"
 #include "config/limits.h"
 #include "config/record.h"
 #include "console/input.h"
@@ -25,30 +26,6 @@ enum Row : unsigned {
 };
 // An undefined entry shows its name row and, on row 3, the way back.
 constexpr unsigned kUndefinedBack = 3;
-
-// The values a new UPS starts with.
-void give_defaults(UpsEntry &entry) {
-    set_text(entry.Type, sizeof entry.Type, "");
-    set_text(entry.Serial, sizeof entry.Serial, "");
-    std::memcpy(entry.Port, INI1.Serial[0].Device, sizeof entry.Port);
-    entry.Address = 0;
-    set_text(entry.IPAddress, sizeof entry.IPAddress, "127.0.0.1");
-    entry.Connection = kSerialLine;
-    entry.Password = 0;
-    entry.Device = 1;
-    entry.Message = 1;
-    entry.MessageDelay = 0;
-    entry.MessageRate = 60;
-    entry.MessageType = 0;
-    entry.SystemShutdown = 1;
-    entry.SystemShutDelayAllow = 1;
-    entry.SystemShutLeadAllow = 0;
-    entry.SystemShutdownDelay = 5;
-    entry.SystemShutdownLead = 5;
-    entry.UPSShutdown = 0;
-    entry.UPSShutdownDelay = 5;
-    entry.UPSReboot = 1;
-}
 
 int group_references(int index) {
     int count = 0;
@@ -114,7 +91,7 @@ bool edit_name(int index, unsigned row) {
         delete_entry(index);
         return false;
     }
-    if (!entry.Name[0]) give_defaults(entry);
+    if (!entry.Name[0]) new_ups_entry(entry, INI1);
     set_text(entry.Name, sizeof entry.Name, input);  // 20 characters or more fill it, unterminated
     return true;
 }

@@ -1,0 +1,127 @@
+#include "config/defaults.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "console/lang.h"
+
+namespace {
+
+const SaveDefault kSaveDefaults[] = {
+    {"Serial_", {"Device", 0, "AUTO"}, true},
+    {"EmailConfig", {"Port", 25, nullptr}, true},
+    {"EmailConfig", {"Timeout", 5, nullptr}, true},
+    {"EmailConfig", {"Subject", 0, "Korvel"}, false},
+    {"BriskenModemConfig", {"DeviceNo", 1, nullptr}, true},
+    {"WapConfig", {"Port", 9200, nullptr}, true},
+};
+
+// A new UPS entry; its Port is a copy of the serial device.
+const DefaultValue kNewUps[] = {
+    {"Type", 0, ""},           {"Serial", 0, ""},           {"Address", 0, nullptr},
+    {"IPAddress", 0, "127.0.0.1"}, {"Connection", kSerialLine, nullptr}, {"Password", 0, nullptr},
+    {"Device", 1, nullptr},    {"Message", 1, nullptr},     {"MessageDelay", 0, nullptr},
+    {"MessageRate", 60, nullptr}, {"MessageType", 0, nullptr}, {"SystemShutdown", 1, nullptr},
+    {"SystemShutDelayAllow", 1, nullptr}, {"SystemShutLeadAllow", 0, nullptr}, {"SystemShutdownDelay", 5, nullptr},
+    {"SystemShutdownLead", 5, nullptr}, {"UPSShutdown", 0, nullptr}, {"UPSShutdownDelay", 5, nullptr},
+    {"UPSReboot", 1, nullptr},
+};
+// On a zeroed group, event and job. A job's message and repeat interval
+// depend on its number; an event's message on its number.
+const DefaultValue kNewGroup[] = {{"AllowedUPSReboot", 1, nullptr}, {"RedundancyLevel", 0, nullptr}};
+const DefaultValue kNewEvent[] = {{"Log", 1, nullptr}};
+const DefaultValue kResetJob[] = {{"Log", 1, nullptr}, {"LocalMessage", 1, nullptr}};
+
+const KeySet &keys_of(IniFile file, const char *section) {
+    for (int k = 0; k < kSectionKindCount; ++k) {
+        if (kSectionKinds[k].file == file && std::strcmp(kSectionKinds[k].name, section) == 0) {
+            return key_set(file, kSectionKinds[k].key_set);
+        }
+    }
+    return key_set(-1, 0);
+}
+
+const Field *field_named(const KeySet &keys, const char *key) {
+    for (int slot = 0; slot < keys.count; ++slot) {
+        if (std::strcmp(keys.fields[slot].key, key) == 0) return &keys.fields[slot];
+    }
+    return nullptr;
+}
+
+void store(const Field &field, unsigned char *entry, const DefaultValue &value) {
+    unsigned char *where = entry + field.offset;
+    if (value.text) {
+        set_text(reinterpret_cast<char *>(where), field.width, value.text);
+    } else if (field.width == 1) {
+        *where = static_cast<unsigned char>(value.number);
+    } else {
+        uint16_t number = static_cast<uint16_t>(value.number);
+        std::memcpy(where, &number, sizeof number);
+    }
+}
+
+template <size_t N> void store_all(const DefaultValue (&values)[N], IniFile file, const char *section, void *entry) {
+    const KeySet &keys = keys_of(file, section);
+    for (const DefaultValue &value : values) {
+        if (const Field *field = field_named(keys, value.key)) store(*field, static_cast<unsigned char *>(entry), value);
+    }
+}
+
+}  // namespace
+
+const SaveDefault *save_default(const char *section, const char *key) {
+    for (const SaveDefault &row : kSaveDefaults) {
+        if (std::strcmp(row.section, section) == 0 && std::strcmp(row.value.key, key) == 0) return &row;
+    }
+    return nullptr;
+}
+
+void apply_save_defaults(ConfigRecord &record, const SectionKind &kind) {
+    if (kind.file != kKorvelIni) return;
+    const KeySet &keys = key_set(kind.file, kind.key_set);
+    unsigned char *entry = reinterpret_cast<unsigned char *>(&record) + kind.base;
+    for (const SaveDefault &row : kSaveDefaults) {
+        if (!row.stored || std::strcmp(row.section, kind.name) != 0) continue;
+        const Field *field = field_named(keys, row.value.key);
+        if (!field) continue;
+        const unsigned char *where = entry + field->offset;
+        bool empty = field->kind == FieldKind::Text ? where[0] == 0 : field_number(where, field->width) == 0;
+        if (empty) store(*field, entry, row.value);
+    }
+}
+
+void new_ups_entry(UpsEntry &entry, const ConfigRecord &record) {
+    store_all(kNewUps, kKorvelIni, "UPS_", &entry);
+    std::memcpy(entry.Port, record.Serial[0].Device, sizeof entry.Port);
+}
+
+void new_group(GroupEntry &group) {
+    std::memset(&group, 0, sizeof group);
+    store_all(kNewGroup, kGroupIni, "Common", &group);
+}
+
+void new_event(GroupEvent &event, int number) {
+    std::memset(&event, 0, sizeof event);
+    store_all(kNewEvent, kGroupIni, "Event_", &event);
+    std::snprintf(event.Job.Message, sizeof event.Job.Message, "Event %02d", number);
+}
+
+void JobToDefault(JobEntry &job, int index, int mode) {
+    std::memset(&job, 0, sizeof job);
+    store_all(kResetJob, kJobsIni, "Job_", &job);
+    // Events that last (power failure, battery low ...) repeat their message.
+    bool repeating = index < 22 ? index % 2 == 0 : index != 24 && index != 27 && index != 29;
+    job.LocalMessageInterval = repeating ? 60 : 0;
+
+    int text;
+    if (index >= 22) {
+        text = index + 362;
+    } else if (mode == 0) {
+        text = index == 2 ? 341 : index + 79;
+    } else {
+        text = index + 400;
+    }
+    if (text >= 0 && text < kTextCount && LangText[text]) {
+        std::snprintf(job.Message, sizeof job.Message, "%s", LangText[text]);
+    }
+}

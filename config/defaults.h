@@ -1,0 +1,39 @@
+// The values Korvel needs where the record holds none, and the values every
+// new entry starts with: one table, which the screens, the writer and
+// corvanectl all use.
+#pragma once
+
+#include "config/fields.h"
+#include "config/record.h"
+
+// One value of a key: the number of a number field, or the text of a text field.
+struct DefaultValue {
+    const char *key;
+    unsigned number;
+    const char *text;  // null for a number
+};
+
+// What a save writes where the record holds an empty text or a 0.
+struct SaveDefault {
+    const char *section;  // a section's name, or a series' prefix
+    DefaultValue value;
+    bool stored;  // the record takes it too; otherwise it is only written
+};
+
+// The save default of `key` in section kind `section`, or null.
+const SaveDefault *save_default(const char *section, const char *key);
+// Stores the save defaults of section kind `kind` in `record` where it holds
+// an empty text or a 0: a save does so just before it writes that section.
+void apply_save_defaults(ConfigRecord &record, const SectionKind &kind);
+
+// A UPS entry as naming it creates it: its fields from the table of a new
+// UPS, its port a copy of the serial device of `record`; the name stays.
+void new_ups_entry(UpsEntry &entry, const ConfigRecord &record);
+// A group as opening an undefined one starts it: all zero but the table's.
+void new_group(GroupEntry &group);
+// Event `number` (0-63) as opening an undefined one starts it: all zero but
+// the table's, and the message "Event nn".
+void new_event(GroupEvent &event, int number);
+// Resets `job` (number `index`, 0-29) to its defaults. Mode 0 takes the
+// messages of the job screens; any other mode those of the job-status file.
+void JobToDefault(JobEntry &job, int index, int mode);
