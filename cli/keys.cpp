@@ -157,15 +157,16 @@ std::string check_value(const KeyRef &key, const std::string &value) {
     }
     unsigned low = 0, high = field.width == 1 || field.kind == FieldKind::Switch ? 255 : 65535;
     if (field.kind == FieldKind::Switch) high = 1;
-    // Korvel reads the Shutdown of these jobs as 0 whatever the file says.
-    int job = key.entry;
-    if (key.file == kJobsIni && std::strcmp(field.key, "Shutdown") == 0 && (job % 2 == 1 || job == 2 || job == 4)) high = 0;
     const FieldLimit *limit = find_limit(key.kind->name, field.key);
     if (limit) low = limit->range.low, high = limit->range.high;
     std::string range = limit && limit->allowed ? std::string("one of ") + limit->allowed : std::to_string(low) + ".." + std::to_string(high);
     if (value.empty() || value.size() > 5 || value.find_first_not_of("0123456789") != std::string::npos) return range;
     unsigned number = static_cast<unsigned>(std::stoul(value));
     if (number < low || number > high || (limit && !within(*limit, number))) return range;
+    // A value Korvel reads as another (the Shutdown of job-status jobs and of
+    // most odd jobs) would be written and then not be what it says.
+    unsigned read = ReadNumber(*key.kind, key.entry, field, value.c_str());
+    if (read != number) return std::to_string(read) + ", which is how Korvel reads " + value + " here";
     return "";
 }
 

@@ -26,10 +26,10 @@ static const SectionKind *storing_kind(int file, int section) {
     return section_kind(file, section);
 }
 
-// The low 32 bits of what strtol makes of p_s (blanks, a sign, digits;
+// The low 32 bits of what strtol makes of `text` (blanks, a sign, digits;
 // saturated at the limits of a long), which atoi then narrows.
-static uint32_t value_bits() {
-    const char *at = p_s;
+static uint32_t value_bits(const char *text) {
+    const char *at = text;
     while (*at == ' ' || (*at >= '\t' && *at <= '\r')) ++at;
     bool negative = *at == '-';
     if (*at == '-' || *at == '+') ++at;
@@ -45,6 +45,21 @@ static uint32_t value_bits() {
     const uint64_t limit = negative ? uint64_t{1} << 63 : (uint64_t{1} << 63) - 1;
     if (saturated || value > limit) value = limit;
     return static_cast<uint32_t>(negative ? 0 - value : value);
+}
+
+unsigned ReadNumber(const SectionKind &kind, int entry, const Field &field, const char *text) {
+    uint32_t value = value_bits(text);
+    if (field.kind == FieldKind::Switch) value &= 0xFF;
+    if (kind.file == kJobsIni && field.offset == offsetof(JobEntry, Shutdown)) {
+        // Korvel shuts down only on even jobs from 6 on, and on job 0.
+        if (entry % 2 == 1 || entry == 2 || entry == 4) value = 0;
+    }
+    if (kind.file == kJobsStsIni && field.offset == offsetof(JobEntry, Shutdown)) value = 0;
+    if (kind.file == kKorvelIni && kind.base == offsetof(ConfigRecord, WapConfig) &&
+        field.offset == offsetof(WapService, Port) && static_cast<uint16_t>(value) == 0) {
+        value = 9200;
+    }
+    return field.width == 1 ? static_cast<uint8_t>(value) : static_cast<uint16_t>(value);
 }
 
 unsigned char *FillVar(int file, int section, int key) {
@@ -68,18 +83,7 @@ unsigned char *FillVar(int file, int section, int key) {
         return where;
     }
 
-    uint32_t value = value_bits();
-    if (field.kind == FieldKind::Switch) value &= 0xFF;
-    if (file == kJobsIni && field.offset == offsetof(JobEntry, Shutdown)) {
-        // Korvel shuts down only on even jobs from 6 on, and on job 0.
-        int job = section - kind->first_slot;
-        if (job % 2 == 1 || job == 2 || job == 4) value = 0;
-    }
-    if (file == kJobsStsIni && field.offset == offsetof(JobEntry, Shutdown)) value = 0;
-    if (file == kKorvelIni && kind->base == offsetof(ConfigRecord, WapConfig) &&
-        field.offset == offsetof(WapService, Port) && static_cast<uint16_t>(value) == 0) {
-        value = 9200;
-    }
+    unsigned value = ReadNumber(*kind, section - kind->first_slot, field, p_s);
     if (field.width == 1) {
         *where = static_cast<uint8_t>(value);
     } else {

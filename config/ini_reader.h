@@ -9,6 +9,8 @@
 
 #include <cstdint>
 
+#include "config/fields.h"
+
 // The section slot of the last header recognised; 255 before any. Not reset
 // between files.
 extern uint8_t actual_section;
@@ -37,6 +39,12 @@ int LoadGroupsINI();
 // Parses the file at `path` as file number `file` into INI. 0; 1 when there
 // is no such file; 2 when it cannot be read or is no regular file.
 int EncodeINIFile(int file, const char *path);
+// What Korvel reads into number field `field` of entry `entry` (from 0) of
+// section kind `kind` from the value `text`: what strtol makes of it, cut to
+// 32 bits and then to the field's width, a switch's low 8 bits, the
+// Shutdown of every job-status job and of jobs 1-5 and the odd ones as 0, a
+// [WapConfig] Port of 0 as 9200.
+unsigned ReadNumber(const SectionKind &kind, int entry, const Field &field, const char *text);
 // Stores p_s into the field of (file, section slot, key slot), if there is
 // one, and returns where (null when nothing is stored).
 unsigned char *FillVar(int file, int section, int key);
