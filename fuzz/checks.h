@@ -1,10 +1,14 @@
 // What must hold for any input to the editor's readers. The fuzz targets run
 // these on generated inputs; the unit tests run them on every seed and on
-// every input a fuzzer once broke the editor with. A failure aborts.
+// every input a fuzzer once broke the editor with. A failure calls
+// CheckFailed, which prints and aborts, as a fuzzer wants it; the unit tests
+// make it fail the one input instead.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+
+extern void (*CheckFailed)(const char *what);
 
 // INI files of each kind: read without leaving the record, and once loaded
 // and saved, loading and saving again gives the same bytes.

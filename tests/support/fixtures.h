@@ -158,10 +158,33 @@ private:
     FILE *stream_ = nullptr;
 };
 
-// TZ set for the life of the object, unset afterwards.
+// A seam (or any global) set for the life of the object, and put back.
+template <typename T> class Swap {
+public:
+    Swap(T &place, T value) : place_(place), saved_(place) { place_ = value; }
+    ~Swap() { place_ = saved_; }
+    Swap(const Swap &) = delete;
+    Swap &operator=(const Swap &) = delete;
+
+private:
+    T &place_;
+    T saved_;
+};
+
+// TZ set for the life of the object, as it was afterwards. loaded() says
+// whether the zone's rules are here: an unknown zone is taken for UTC
+// without a word.
 struct ZoneSetting {
-    explicit ZoneSetting(const char *zone) { setenv("TZ", zone, 1), tzset(); }
-    ~ZoneSetting() { unsetenv("TZ"), tzset(); }
+    explicit ZoneSetting(const char *zone) : zone_(zone), had_(getenv("TZ") != nullptr), saved_(had_ ? getenv("TZ") : "") {
+        setenv("TZ", zone, 1), tzset();
+    }
+    ~ZoneSetting() { had_ ? setenv("TZ", saved_.c_str(), 1) : unsetenv("TZ"), tzset(); }
+    bool loaded() const { return zone_ == "UTC" || access(("/usr/share/zoneinfo/" + zone_).c_str(), R_OK) == 0; }
+
+private:
+    std::string zone_;
+    bool had_;
+    std::string saved_;
 };
 
 inline time_t utc(int year, int month, int day, int hour, int minute) {

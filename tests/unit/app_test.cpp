@@ -68,6 +68,10 @@ TEST(FuzzInputs, SeedsAndRegressionsPassTheirChecks) {
         {"model_code", check_model_code},
     };
     ScratchDir keep_program_dir;  // the checks move ProgramDir about
+    struct Failed {
+        std::string what;
+    };
+    Swap<decltype(CheckFailed)> failing(CheckFailed, [](const char *what) { throw Failed{what}; });
     for (const auto &target : targets) {
         std::vector<std::string> inputs = expand("fuzz/regressions/" + std::string(target.name) + "/*");
         std::ifstream list(std::string(CORVANE_SOURCE_DIR) + "fuzz/seeds.list");
@@ -80,9 +84,12 @@ TEST(FuzzInputs, SeedsAndRegressionsPassTheirChecks) {
         }
         EXPECT_GT(inputs.size(), 0u) << "no seeds for " << target.name;
         for (const std::string &path : inputs) {
-            SCOPED_TRACE(path);
             std::string bytes = read_file(path);
-            target.check(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());
+            try {
+                target.check(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());
+            } catch (const Failed &failed) {
+                ADD_FAILURE() << path << ": " << failed.what;
+            }
         }
     }
 }

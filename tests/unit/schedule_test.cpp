@@ -43,10 +43,10 @@ TEST(Calendar, DatesAndTimesInTwoZones) {
     const struct {
         const char *typed, *expected;
     } times[] = {{"07:05", "07:05"}, {"23:59", "23:59"}, {"12:60", ""}, {"25:00", ""}, {"0700", ""}};
-    time_t (*saved)() = ScheduleNow;
-    ScheduleNow = pinned;
+    Swap<time_t (*)()> clock(ScheduleNow, pinned);
     for (const char *zone : {"UTC", "Europe/Berlin"}) {
         ZoneSetting setting(zone);
+        ASSERT_TRUE(setting.loaded()) << zone << ": the time zone's rules are not installed (tzdata)";
         for (time_t now : {utc(2011, 1, 15, 12, 0), utc(2011, 7, 15, 12, 0)}) {
             pinned_now = now;
             for (const auto &c : dates) {
@@ -60,7 +60,6 @@ TEST(Calendar, DatesAndTimesInTwoZones) {
             }
         }
     }
-    ScheduleNow = saved;
 }
 
 struct Line {
@@ -105,6 +104,7 @@ TEST(Evaluator, TheFastScanListsWhatTheLiteralOneListsInSixZones) {
     for (const char *name : {"UTC", "Europe/Berlin", "America/New_York", "Australia/Sydney", "Europe/Dublin",
                              "Asia/Kolkata"}) {
         ZoneSetting zone(name);
+        ASSERT_TRUE(zone.loaded()) << name << ": the time zone's rules are not installed (tzdata)";
         random.seed(20261122);
         std::vector<int64_t> changes;
         for (int64_t moment = utc(2026, 1, 1, 0, 0), offset = 99999; moment < utc(2027, 1, 1, 0, 0); moment += 900) {
