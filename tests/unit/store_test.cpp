@@ -17,6 +17,7 @@
 
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
+#include "config/limits.h"
 #include "config/record.h"
 #include "config/replace_file.h"
 #include "config/files.h"
@@ -224,6 +225,30 @@ TEST_F(Writer, ASignalDuringASaveWaitsForItsEnd) {
     EXPECT_STREQ(SavedFiles, "korvel.ini");
     EXPECT_EQ(std::string(UnsavedFiles).substr(0, 21), "jobs.ini jobsSTS.ini ");
     for (const std::string &name : dir_.list()) EXPECT_NE(name[0], '.') << "temporary left: " << name;
+}
+
+// Every row of the table of limits names fields that exist, is the row
+// found for each of them, and allows no value its field cannot hold.
+TEST(Limits, EveryRowFitsEachFieldItNames) {
+    for (unsigned n = 0; n < static_cast<unsigned>(Limit::Count); ++n) {
+        const FieldLimit &row = limit(static_cast<Limit>(n));
+        SCOPED_TRACE(n);
+        EXPECT_LE(row.range.low, row.range.high);
+        if (!row.section) continue;  // a value no key holds as entered
+        int fields = 0;
+        for (int k = 0; k < kSectionKindCount; ++k) {
+            const SectionKind &kind = kSectionKinds[k];
+            const KeySet &keys = key_set(kind.file, kind.key_set);
+            for (int slot = 0; slot < keys.count && std::strcmp(kind.name, row.section) == 0; ++slot) {
+                const Field &field = keys.fields[slot];
+                if (!limit_matches(row.key, field.key)) continue;
+                ++fields;
+                EXPECT_LE(row.range.high, field.width == 1 || field.kind == FieldKind::Switch ? 255u : 65535u) << field.key;
+                EXPECT_EQ(find_limit(row.section, field.key), &row) << field.key;
+            }
+        }
+        EXPECT_GT(fields, 0) << row.section << "." << row.key << " names no field";
+    }
 }
 
 }  // namespace
