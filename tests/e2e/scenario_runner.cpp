@@ -206,162 +206,202 @@ private:
 
     static std::string check(bool ok, const std::string &why) { return ok ? "" : why; }
 
-    std::string perform(std::vector<std::string> w) {
-        const std::string verb = w[0];
+    // A step: its name, how many words follow it, and what it does.
+    using Words = std::vector<std::string>;
+    struct StepKind {
+        const char *name;
+        size_t least, most;
+        std::string (*act)(Runner &r, Editor &e, const Words &w, size_t n);
+    };
+    static int number(const Words &w, size_t i) { return std::stoi(w[i]); }
+
+    // Files: has, lacks and section take several texts; a section's are
+    // whole lines of the section [NAME], from its header to the empty line.
+    static std::string look_into(Runner &r, const Words &w, size_t n) {
+        const std::string &verb = w[0];
+        std::string text = r.file_text(w[1]);
+        size_t first = 2;
+        if (verb == "section") {
+            size_t start = text.find("[" + w[2] + "]\n");
+            text = start == std::string::npos ? "" : text.substr(start, text.find("\n\n", start) - start) + "\n";
+            first = 3;
+        }
+        for (size_t i = first; i <= n; ++i) {
+            std::string wanted = verb == "section" ? "\n" + w[i] + "\n" : w[i];
+            if ((text.find(wanted) != std::string::npos) != (verb != "lacks")) return "\"" + w[i] + "\" in\n" + text;
+        }
+        return "";
+    }
+
+    // unchanged: the same bytes as at the start (or the snapshot);
+    // untouched: not even written again.
+    static std::string compare_files(Runner &r, Editor &e, const Words &w, size_t n) {
+        bool timed = w[0] == "untouched";
+        std::map<std::string, std::string> now;
+        for (const std::string &name : e.dir.list()) now[name] = r.state_of(name, timed);
+        for (const auto &file : r.started_) {
+            if (n == 1 && file.first != w[1]) continue;
+            std::string then = timed ? file.second : file.second.substr(0, file.second.rfind('@'));
+            if (now.count(file.first) == 0 || now[file.first] != then) return file.first + " changed or gone";
+        }
+        return check(n == 1 || now.size() == r.started_.size(), "a file was added");
+    }
+
+    // Every byte written so far, or since the screen was last cleared,
+    // against a golden file; CORVANE_BLESS=1 writes it instead.
+    static std::string golden_bytes(Editor &e, const Words &w) {
+        std::string bytes = e.output;
+        if (w[0] == "screen-is") bytes = bytes.substr(std::min(bytes.rfind(clear_sequence()), bytes.size()));
+        std::string golden = CORVANE_TEST_DATA + w[1];
+        const char *bless = getenv("CORVANE_BLESS");
+        if (bless && std::string(bless) == "1") std::ofstream(golden, std::ios::binary) << bytes;
+        return check(bytes == read_file(golden), "the bytes differ from " + w[1] + ":\n" + visible(bytes));
+    }
+
+    static const std::vector<StepKind> &steps() {
+        static const std::vector<StepKind> kSteps = {
+            // Preparing the directory and how the editor starts.
+            {"replace", 3, 3, [](Runner &r, Editor &e, const Words &w, size_t) -> std::string {
+                 std::string text = r.file_text(w[1]);
+                 size_t at = text.find(w[2]);
+                 if (at == std::string::npos) return "not in " + w[1] + ": " + w[2];
+                 return e.dir.write(w[1], text.replace(at, w[2].size(), w[3])), "";
+             }},
+            {"write", 2, 2, [](Runner &, Editor &e, const Words &w, size_t) { return e.dir.write(w[1], w[2]), std::string(); }},
+            {"tmpfs", 2, 2, [](Runner &r, Editor &e, const Words &w, size_t) {
+                 // A small file system of its own, for a full disk (root only).
+                 const std::string path = e.dir.path(w[1]);
+                 bool ok = mkdir(path.c_str(), 0755) == 0 && mount("tmpfs", path.c_str(), "tmpfs", 0, ("size=" + w[2] + "k").c_str()) == 0;
+                 if (ok) r.mounted_.push_back(path);
+                 return check(ok, "cannot mount a file system (as root?)");
+             }},
+            {"as-nobody", 0, 0, [](Runner &, Editor &e, const Words &, size_t) { return e.unprivileged = true, std::string(); }},
+            {"in-shell", 0, 0, [](Runner &, Editor &e, const Words &, size_t) { return e.in_shell = true, std::string(); }},
+            {"env", 1, 1, [](Runner &, Editor &e, const Words &w, size_t) { return e.environment.push_back(w[1]), std::string(); }},
+            {"window", 2, 2, [](Runner &r, Editor &e, const Words &w, size_t) {
+                 // Before the start, the window it starts in; after it, a resize.
+                 if (e.pid <= 0) return e.rows = number(w, 1), e.cols = number(w, 2), std::string();
+                 r.mark_ = e.output.size();
+                 return e.resize(number(w, 1), number(w, 2)), std::string();
+             }},
+            {"start", 0, 0, [](Runner &r, Editor &e, const Words &, size_t) {
+                 r.snapshot();
+                 return check(e.open(true), "the editor did not start (to its main menu)");
+             }},
+            {"launch", 0, 0, [](Runner &r, Editor &e, const Words &, size_t) { return r.snapshot(), check(e.open(false), "the editor did not start"); }},
+            // How it ended, and the terminal it left.
+            {"exit", 1, 1, [](Runner &, Editor &e, const Words &w, size_t) { return check(e.ended_with(number(w, 1)), "status " + std::to_string(e.status)); }},
+            {"killed", 1, 2, [](Runner &r, Editor &e, const Words &w, size_t n) {
+                 // Within the time given, counted from the last key or signal.
+                 int since = int(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - r.pressed_at_).count());
+                 int limit = n == 2 ? std::max(number(w, 2) - since, 0) : kWaitMs;
+                 bool ok = e.wait_exit(limit) && WIFSIGNALED(e.status) && WTERMSIG(e.status) == signal_number(w[1]);
+                 return check(ok, "not ended by SIG" + w[1] + " in time; status " + std::to_string(e.status));
+             }},
+            {"ended", 0, 0, [](Runner &, Editor &e, const Words &, size_t) { return check(e.wait_exit(kWaitMs), "still running"); }},
+            {"signal", 1, 1, [](Runner &r, Editor &e, const Words &w, size_t) {
+                 r.mark_ = e.output.size();
+                 r.pressed_at_ = std::chrono::steady_clock::now();
+                 return e.signal(signal_number(w[1])), std::string();
+             }},
+            {"hangup", 0, 0, [](Runner &, Editor &e, const Words &, size_t) { return e.hangup(), std::string(); }},
+            {"sane", 0, 0, [](Runner &, Editor &e, const Words &w, size_t) { return terminal_mode(e, w); }},
+            {"mode", 1, 1, [](Runner &, Editor &e, const Words &w, size_t) { return terminal_mode(e, w); }},
+            // Keys and the screens that answer them.
+            {"down", 1, 1, [](Runner &r, Editor &, const Words &w, size_t) { return r.move("\x1b[B", number(w, 1)); }},
+            {"up", 1, 1, [](Runner &r, Editor &, const Words &w, size_t) { return r.move("\x1b[A", number(w, 1)); }},
+            {"go", 1, 1, [](Runner &, Editor &e, const Words &w, size_t) { return check(e.move_to(number(w, 1)), "cannot reach the row"); }},
+            {"enter", 2, 2, [](Runner &r, Editor &, const Words &w, size_t) { return r.press("\r"), r.await_screen(w[1], w[2]); }},
+            {"choose", 3, 3, [](Runner &r, Editor &e, const Words &w, size_t) {
+                 if (!e.move_to(number(w, 1))) return std::string("cannot reach the row");
+                 return r.press("\r"), r.await_screen(w[2], w[3]);
+             }},
+            {"type", 3, 3, [](Runner &r, Editor &, const Words &w, size_t) { return r.press(w[1] + "\r"), r.await_screen(w[2], w[3]); }},
+            {"send", 1, 1, [](Runner &r, Editor &, const Words &w, size_t) { return r.press(w[1]), std::string(); }},
+            {"read", 0, 0, [](Runner &r, Editor &e, const Words &, size_t) {
+                 // The editor has taken the keys last sent, one read call each: a
+                 // key written to the terminal reaches it a moment later.
+                 auto taken = [&] { return e.reads() >= r.reads_ + static_cast<long>(r.sent_) && e.unread_input() == 0; };
+                 return check(e.wait_until(taken, kWaitMs), "keys are still unread");
+             }},
+            {"await", 2, 2, [](Runner &r, Editor &, const Words &w, size_t) { return r.await_screen(w[1], w[2]); }},
+            {"leave", 0, 0, [](Runner &r, Editor &e, const Words &w, size_t) { return r.leave(e, w); }},
+            {"save", 1, 1, [](Runner &r, Editor &e, const Words &w, size_t) { return r.leave(e, w); }},
+            // What the screen shows.
+            {"wait", 1, 1, [](Runner &r, Editor &, const Words &w, size_t) { return check(r.written_since_press(w[1]), "not written since the last key"); }},
+            {"row", 2, 2, [](Runner &, Editor &e, const Words &w, size_t) {
+                 return check(e.row(number(w, 1)) == w[2], "row " + w[1] + " is \"" + e.row(number(w, 1)) + "\"");
+             }},
+            {"never", 1, 1, [](Runner &, Editor &e, const Words &w, size_t) { return check(e.output.find(w[1]) == std::string::npos, "it was written"); }},
+            {"bells", 1, 1, [](Runner &r, Editor &e, const Words &w, size_t) {
+                 return check(e.bells - r.bells_ == number(w, 1), std::to_string(e.bells - r.bells_) + " bells since the last key");
+             }},
+            {"frame-is", 1, 1, [](Runner &, Editor &e, const Words &w, size_t) { return golden_bytes(e, w); }},
+            {"screen-is", 1, 1, [](Runner &, Editor &e, const Words &w, size_t) { return golden_bytes(e, w); }},
+            // corvanectl, run beside the files as installed, or a shell command
+            // there, to its end; their output is what out, err and keep look at.
+            {"ctl", 1, 99, [](Runner &r, Editor &, const Words &w, size_t n) {
+                 if (r.started_.empty()) r.snapshot();
+                 Words argv(w.begin() + 1, w.begin() + 1 + n);
+                 argv[0] = "./corvanectl";
+                 return r.run(number(w, 1), argv);
+             }},
+            {"sh", 2, 2, [](Runner &r, Editor &, const Words &w, size_t) {
+                 if (r.started_.empty()) r.snapshot();
+                 return r.run(number(w, 1), {"/bin/sh", "-c", w[2]});
+             }},
+            {"out", 1, 99, [](Runner &r, Editor &, const Words &w, size_t n) { return contains(r.ctl_out_, w, n); }},
+            {"err", 1, 99, [](Runner &r, Editor &, const Words &w, size_t n) { return contains(r.ctl_err_, w, n); }},
+            {"out-is", 1, 1, [](Runner &r, Editor &, const Words &w, size_t) { return check(r.ctl_out_ == w[1], "the output is\n" + r.ctl_out_); }},
+            {"out-golden", 1, 1, [](Runner &r, Editor &, const Words &w, size_t) {
+                 return check(r.ctl_out_ == read_file(CORVANE_TEST_DATA + w[1]), "the output differs from " + w[1] + ":\n" + r.ctl_out_);
+             }},
+            {"keep", 1, 1, [](Runner &r, Editor &e, const Words &w, size_t) { return e.dir.write(w[1], r.ctl_out_), std::string(); }},
+            {"snapshot", 0, 0, [](Runner &r, Editor &, const Words &, size_t) { return r.snapshot(), std::string(); }},
+            // The files afterwards.
+            {"has", 2, 99, [](Runner &r, Editor &, const Words &w, size_t n) { return look_into(r, w, n); }},
+            {"lacks", 2, 99, [](Runner &r, Editor &, const Words &w, size_t n) { return look_into(r, w, n); }},
+            {"section", 3, 99, [](Runner &r, Editor &, const Words &w, size_t n) { return look_into(r, w, n); }},
+            {"unchanged", 0, 1, compare_files},
+            {"untouched", 0, 1, compare_files},
+        };
+        return kSteps;
+    }
+
+    static std::string contains(const std::string &text, const Words &w, size_t n) {
+        for (size_t i = 1; i <= n; ++i) {
+            if (text.find(w[i]) == std::string::npos) return "\"" + w[i] + "\" not in\n" + text;
+        }
+        return "";
+    }
+
+    static std::string terminal_mode(Editor &e, const Words &w) {
+        struct termios state;
+        if (!e.modes(&state)) return "no terminal modes";
+        bool keys = !(state.c_lflag & (ECHO | ICANON)), lines = (state.c_lflag & ECHO) && (state.c_lflag & ICANON);
+        if (w[0] == "mode") return check(w[1] == "keys" ? keys : lines, "the terminal is not in " + w[1] + " mode");
+        return check(lines && e.cursor_visible, "no echo, no line mode or no cursor");
+    }
+
+    std::string leave(Editor &e, const Words &w) {
+        if (!e.move_to(16)) return "cannot reach the exit";
+        press("\r");
+        if (w[0] == "leave") return "";
+        if (!written_since_press("Save the changes?")) return "no save question";
+        press(w[1] + "\r");
+        return check(e.ended_with(1), "status " + std::to_string(e.status));
+    }
+
+    std::string perform(Words w) {
         const size_t n = w.size() - 1;
-        if (verb == "from" && n == 1) {
+        if (w[0] == "from" && n == 1) {
             fixture_ = w[1] == "demo" ? CORVANE_DEMO_DIR : CORVANE_TEST_DATA + w[1];
             return check(!editor_, "\"from\" must come first");
         }
-        for (std::string &word : w) word = expand(word);
-        w.resize(std::max<size_t>(w.size(), 6));
-        auto number = [&](size_t i) { return std::stoi(w[i]); };
-        Editor &e = editor();
-
-        if (verb == "replace" && n == 3) {
-            std::string text = file_text(w[1]);
-            size_t at = text.find(w[2]);
-            if (at == std::string::npos) return "not in " + w[1] + ": " + w[2];
-            return e.dir.write(w[1], text.replace(at, w[2].size(), w[3])), "";
-        }
-        if (verb == "write" && n == 2) return e.dir.write(w[1], w[2]), "";
-        if (verb == "tmpfs" && n == 2) {
-            // A small file system of its own, for a full disk (root only).
-            const std::string path = e.dir.path(w[1]);
-            bool ok = mkdir(path.c_str(), 0755) == 0 && mount("tmpfs", path.c_str(), "tmpfs", 0, ("size=" + w[2] + "k").c_str()) == 0;
-            if (ok) mounted_.push_back(path);
-            return check(ok, "cannot mount a file system (as root?)");
-        }
-        if (verb == "as-nobody" && n == 0) return e.unprivileged = true, "";
-        if (verb == "in-shell" && n == 0) return e.in_shell = true, "";
-        if (verb == "env" && n == 1) return e.environment.push_back(w[1]), "";
-        if (verb == "window" && n == 2) {
-            // Before the start, the window it starts in; after it, a resize.
-            if (e.pid <= 0) return e.rows = number(1), e.cols = number(2), "";
-            mark_ = e.output.size();
-            return e.resize(number(1), number(2)), "";
-        }
-
-        if ((verb == "start" || verb == "launch") && n == 0) {
-            snapshot();
-            return check(e.open(verb == "start"), "the editor did not start (to its main menu)");
-        }
-        if (verb == "exit" && n == 1) return check(e.ended_with(number(1)), "status " + std::to_string(e.status));
-        if (verb == "killed" && (n == 1 || n == 2)) {
-            // Within the time given, counted from the last key or signal.
-            int since = int(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - pressed_at_).count());
-            int limit = n == 2 ? std::max(number(2) - since, 0) : kWaitMs;
-            bool ok = e.wait_exit(limit) && WIFSIGNALED(e.status) && WTERMSIG(e.status) == signal_number(w[1]);
-            return check(ok, "not ended by SIG" + w[1] + " in time; status " + std::to_string(e.status));
-        }
-        if (verb == "ended" && n == 0) return check(e.wait_exit(kWaitMs), "still running");
-        if (verb == "signal" && n == 1) {
-            mark_ = e.output.size();
-            pressed_at_ = std::chrono::steady_clock::now();
-            return e.signal(signal_number(w[1])), "";
-        }
-        if (verb == "hangup" && n == 0) return e.hangup(), "";
-        if ((verb == "sane" && n == 0) || (verb == "mode" && n == 1)) {
-            struct termios state;
-            if (!e.modes(&state)) return "no terminal modes";
-            bool keys = !(state.c_lflag & (ECHO | ICANON)), lines = (state.c_lflag & ECHO) && (state.c_lflag & ICANON);
-            if (verb == "mode") return check(w[1] == "keys" ? keys : lines, "the terminal is not in " + w[1] + " mode");
-            return check(lines && e.cursor_visible, "no echo, no line mode or no cursor");
-        }
-
-        if ((verb == "down" || verb == "up") && n == 1) return move(verb == "down" ? "\x1b[B" : "\x1b[A", number(1));
-        if (verb == "go" && n == 1) return check(e.move_to(number(1)), "cannot reach the row");
-        if (verb == "enter" && n == 2) return press("\r"), await_screen(w[1], w[2]);
-        if (verb == "choose" && n == 3) {
-            if (!e.move_to(number(1))) return "cannot reach the row";
-            return press("\r"), await_screen(w[2], w[3]);
-        }
-        if (verb == "type" && n == 3) return press(w[1] + "\r"), await_screen(w[2], w[3]);
-        if (verb == "send" && n == 1) return press(w[1]), "";
-        if (verb == "read" && n == 0) {
-            // The editor has taken the keys last sent, one read call each: a
-            // key written to the terminal reaches it a moment later.
-            auto taken = [&] { return e.reads() >= reads_ + static_cast<long>(sent_) && e.unread_input() == 0; };
-            return check(e.wait_until(taken, kWaitMs), "keys are still unread");
-        }
-        if (verb == "await" && n == 2) return await_screen(w[1], w[2]);
-        if ((verb == "leave" && n == 0) || (verb == "save" && n == 1)) {
-            if (!e.move_to(16)) return "cannot reach the exit";
-            press("\r");
-            if (verb == "leave") return "";
-            if (!written_since_press("Save the changes?")) return "no save question";
-            press(w[1] + "\r");
-            return check(e.ended_with(1), "status " + std::to_string(e.status));
-        }
-
-        if (verb == "wait" && n == 1) return check(written_since_press(w[1]), "not written since the last key");
-        if (verb == "row" && n == 2) return check(e.row(number(1)) == w[2], "row " + w[1] + " is \"" + e.row(number(1)) + "\"");
-        if (verb == "never" && n == 1) return check(e.output.find(w[1]) == std::string::npos, "it was written");
-        if (verb == "bells" && n == 1) {
-            return check(e.bells - bells_ == number(1), std::to_string(e.bells - bells_) + " bells since the last key");
-        }
-        if ((verb == "frame-is" || verb == "screen-is") && n == 1) {
-            // Every byte written so far, or since the screen was last
-            // cleared, against a golden file; CORVANE_BLESS=1 writes it instead.
-            std::string bytes = e.output;
-            if (verb == "screen-is") bytes = bytes.substr(std::min(bytes.rfind(clear_sequence()), bytes.size()));
-            std::string golden = CORVANE_TEST_DATA + w[1];
-            const char *bless = getenv("CORVANE_BLESS");
-            if (bless && std::string(bless) == "1") std::ofstream(golden, std::ios::binary) << bytes;
-            return check(bytes == read_file(golden), "the bytes differ from " + w[1] + ":\n" + visible(bytes));
-        }
-
-        // corvanectl, run beside the files as installed, or a shell command
-        // there, to its end; their output is what out, err and keep look at.
-        if ((verb == "ctl" && n >= 1) || (verb == "sh" && n == 2)) {
-            if (started_.empty()) snapshot();
-            std::vector<std::string> argv = {"/bin/sh", "-c", w[2]};
-            if (verb == "ctl") argv.assign(w.begin() + 1, w.begin() + 1 + n), argv[0] = "./corvanectl";
-            return run(number(1), argv);
-        }
-        if ((verb == "out" || verb == "err") && n >= 1) {
-            const std::string &text = verb == "out" ? ctl_out_ : ctl_err_;
-            for (size_t i = 1; i <= n; ++i) {
-                if (text.find(w[i]) == std::string::npos) return "\"" + w[i] + "\" not in\n" + text;
-            }
-            return "";
-        }
-        if (verb == "out-is" && n == 1) return check(ctl_out_ == w[1], "the output is\n" + ctl_out_);
-        if (verb == "out-golden" && n == 1) {
-            return check(ctl_out_ == read_file(CORVANE_TEST_DATA + w[1]), "the output differs from " + w[1] + ":\n" + ctl_out_);
-        }
-        if (verb == "keep" && n == 1) return e.dir.write(w[1], ctl_out_), "";
-        if (verb == "snapshot" && n == 0) return snapshot(), "";
-
-        // Files. has, lacks and section take several texts; a section's are
-        // whole lines of the section [NAME], from its header to the empty line.
-        w.resize(n + 1);
-        if ((verb == "has" || verb == "lacks" || verb == "section") && n > (verb == "section" ? 2u : 1u)) {
-            std::string text = file_text(w[1]);
-            size_t first = 2;
-            if (verb == "section") {
-                size_t start = text.find("[" + w[2] + "]\n");
-                text = start == std::string::npos ? "" : text.substr(start, text.find("\n\n", start) - start) + "\n";
-                first = 3;
-            }
-            for (size_t i = first; i <= n; ++i) {
-                std::string wanted = verb == "section" ? "\n" + w[i] + "\n" : w[i];
-                if ((text.find(wanted) != std::string::npos) != (verb != "lacks")) return "\"" + w[i] + "\" in\n" + text;
-            }
-            return "";
-        }
-        // unchanged: the same bytes as at the start (or the snapshot);
-        // untouched: not even written again.
-        if ((verb == "unchanged" || verb == "untouched") && n <= 1) {
-            bool timed = verb == "untouched";
-            std::map<std::string, std::string> now;
-            for (const std::string &name : e.dir.list()) now[name] = state_of(name, timed);
-            for (const auto &file : started_) {
-                if (n == 1 && file.first != w[1]) continue;
-                std::string then = timed ? file.second : file.second.substr(0, file.second.rfind('@'));
-                if (now.count(file.first) == 0 || now[file.first] != then) return file.first + " changed or gone";
-            }
-            return check(n == 1 || now.size() == started_.size(), "a file was added");
+        for (const StepKind &kind : steps()) {
+            if (w[0] != kind.name || n < kind.least || n > kind.most) continue;
+            for (std::string &word : w) word = expand(word);
+            return kind.act(*this, editor(), w, n);
         }
         return "unknown step";
     }
