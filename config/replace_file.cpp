@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -82,14 +81,6 @@ int replace_open(ReplaceFile &file, const char *path, bool follow_links) {
     if (look_at(file, old) && S_ISDIR(old.st_mode)) return EISDIR;
     file.stream = open_memstream(&file.bytes, &file.size);
     return file.stream ? 0 : errno;
-}
-
-void replace_printf(ReplaceFile &file, const char *format, ...) {
-    if (file.error || !file.stream) return;
-    va_list args;
-    va_start(args, format);
-    if (std::vfprintf(file.stream, format, args) < 0) file.error = errno ? errno : ENOMEM;
-    va_end(args);
 }
 
 void replace_write(ReplaceFile &file, const void *bytes, size_t size) {

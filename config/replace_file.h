@@ -39,8 +39,7 @@ struct ReplaceFile {
 // `follow_links` is false, the new text is gathered in memory. 0, or the
 // error number (then nothing is kept).
 int replace_open(ReplaceFile &file, const char *path, bool follow_links = true);
-// Writes formatted text, or bytes; after an error nothing more.
-void replace_printf(ReplaceFile &file, const char *format, ...) __attribute__((format(printf, 2, 3)));
+// Writes bytes of the new text; after an error nothing more.
 void replace_write(ReplaceFile &file, const void *bytes, size_t size);
 // Stages and commits one file on its own. 0, or the error number.
 int replace_save(ReplaceFile &file);
