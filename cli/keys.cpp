@@ -60,8 +60,7 @@ int reading_rank(IniFile file) {
 }
 
 std::string file_name(IniFile file, int group_number) {
-    static const char *const kNames[] = {"korvel.ini", "jobs.ini", nullptr, "sensor.ini", "jobsSTS.ini"};
-    if (file != kGroupIni) return kNames[file];
+    if (file != kGroupIni) return ini_file_name(file);
     char name[16];
     group_file_name(name, sizeof name, group_number);
     return name;

@@ -224,6 +224,11 @@ int LoadJobsINI() { return load_file(kJobsIni, "jobs.ini"); }
 int LoadJobsSTSINI() { return load_file(kJobsStsIni, "jobsSTS.ini"); }
 int LoadSensorINI() { return load_file(kSensorIni, "sensor.ini"); }
 
+const char *ini_file_name(IniFile file) {
+    static const char *const kNames[kIniFiles] = {"korvel.ini", "jobs.ini", "", "sensor.ini", "jobsSTS.ini"};
+    return file >= 0 && file < kIniFiles ? kNames[file] : "";
+}
+
 void group_file_name(char *name, unsigned size, int number) {
     std::snprintf(name, size, "group_%c%c.ini", '0' + number / 10 % 10, '0' + number % 10);
 }

@@ -67,5 +67,7 @@ struct ReadLine {
 };
 extern void (*ReadNote)(const ReadLine &line);
 
+// The name of a file that is not a group file ("korvel.ini" ...), "" for one.
+const char *ini_file_name(IniFile file);
 // "group_xx.ini" with the two digits of `number`.
 void group_file_name(char *name, unsigned size, int number);

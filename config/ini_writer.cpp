@@ -99,16 +99,6 @@ int produce(IniFile file, ConfigRecord &record, const unsigned char *base, const
     return out.error;
 }
 
-const char *file_name_of(IniFile file) {
-    switch (file) {
-    case kKorvelIni: return "korvel.ini";
-    case kJobsIni: return "jobs.ini";
-    case kJobsStsIni: return "jobsSTS.ini";
-    case kSensorIni: return "sensor.ini";
-    default: return "";
-    }
-}
-
 // The trace of a file whose save failed, by the writer that writes it.
 const char *failure_message(const char *name) {
     if (std::strcmp(name, "korvel.ini") == 0) return "\n\rSaveKorvelINI fail ";
@@ -176,7 +166,7 @@ int ProduceFile(IniFile file, ConfigRecord &record, int group, FileText &text) {
         return produce(file, record, reinterpret_cast<const unsigned char *>(&record.Group[group]), name, text);
     }
     if (file == kKorvelIni) EncodeSchedules(record);
-    return produce(file, record, reinterpret_cast<const unsigned char *>(&record), file_name_of(file), text);
+    return produce(file, record, reinterpret_cast<const unsigned char *>(&record), ini_file_name(file), text);
 }
 
 void FreeTexts(FileTexts &texts) {
