@@ -21,7 +21,7 @@ static const struct {
     int label;
     void (*open)();
 } kScreens[kLastScreen] = {
-    {17, main_param}, {127, conn_param}, {197, mess_param}, {65, shed_param}, {161, jobs_param},
+    {17_text, main_param}, {127_text, conn_param}, {197_text, mess_param}, {65_text, shed_param}, {161_text, jobs_param},
 };
 
 void print_main_menu(unsigned selected) {

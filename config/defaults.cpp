@@ -115,11 +115,11 @@ void JobToDefault(JobEntry &job, int index, int mode) {
 
     int text;
     if (index >= 22) {
-        text = index + 362;
+        text = kStatusJobMessages[index - 22];
     } else if (mode == 0) {
-        text = index == 2 ? 341 : index + 79;
+        text = index == 2 ? 341_text : kJobNames[index];
     } else {
-        text = index + 400;
+        text = kOtherJobMessages[index];
     }
     if (text >= 0 && text < kTextCount && LangText[text]) {
         std::snprintf(job.Message, sizeof job.Message, "%s", LangText[text]);

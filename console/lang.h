@@ -11,15 +11,33 @@
 constexpr int kTextCount = 1100;
 constexpr int kTextSize = 101;  // 100 characters and the terminator
 
+// A text's number kept for later (a label in a table, a message handed
+// down) is written N_text: tools/used-texts lists the texts the editor
+// shows from LangText[N], these marks and the runs below, and the tests
+// check that each shipped language words exactly those.
+constexpr int operator""_text(unsigned long long number) { return static_cast<int>(number); }
+
+// Texts read by an item's position in a run that starts at `first`.
+struct TextRun {
+    int first, last;
+    constexpr int operator[](int item) const { return first + item; }
+};
+constexpr TextRun kJobNames{79, 100};             // jobs 0-21 of jobs.ini
+constexpr TextRun kActionNames{106, 113};         // the eight actions of a job
+constexpr TextRun kQualifierForms{171, 174};      // the four forms of an event's qualifier
+constexpr TextRun kWeekdays{227, 233};            // Sunday first
+constexpr TextRun kStatusJobMessages{384, 391};   // jobs 22-29 reset, in any mode
+constexpr TextRun kOtherJobMessages{400, 421};    // jobs 0-21 reset for the family's other programs
+
 // Texts this editor adds to the numbers its family shares, from 1000 up.
 enum OwnText {
-    kTextScheduleUsesUps = 1000,  // a UPS that a schedule names cannot be deleted
-    kTextAlreadyEditing = 1001,   // another Corvane holds the directory's lock
-    kTextChangedOnDisk = 1002,    // "%s" changed since it was read
-    kTextOverwrite = 1003,        // the question whether to overwrite those
-    kTextNotSaved = 1004,         // the answer was no
-    kTextSavedPartly = 1005,      // "%s" are new, "%s" are not
-    kTextWindowTooSmall = 1006,   // the window's columns and lines, the screen's
+    kTextScheduleUsesUps = 1000_text,  // a UPS that a schedule names cannot be deleted
+    kTextAlreadyEditing = 1001_text,   // another Corvane holds the directory's lock
+    kTextChangedOnDisk = 1002_text,    // "%s" changed since it was read
+    kTextOverwrite = 1003_text,        // the question whether to overwrite those
+    kTextNotSaved = 1004_text,         // the answer was no
+    kTextSavedPartly = 1005_text,      // "%s" are new, "%s" are not
+    kTextWindowTooSmall = 1006_text,   // the window's columns and lines, the screen's
 };
 
 // One buffer per text number; "Text 042" until a file supplies text 42.

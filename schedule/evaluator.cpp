@@ -221,8 +221,8 @@ void format_firing(const Firing &firing, const ConfigRecord &record, char *line,
 }
 
 const char *schedule_action_label(unsigned action) {
-    static const int kLabels[] = {278, 273, 274, 142, 275, 276, 277, 110};
-    return LangText[action < sizeof kLabels / sizeof kLabels[0] && action > 0 ? kLabels[action] : 278];
+    static const int kLabels[] = {278_text, 273_text, 274_text, 142_text, 275_text, 276_text, 277_text, 110_text};
+    return LangText[kLabels[action < sizeof kLabels / sizeof kLabels[0] ? action : 0]];
 }
 
 int64_t actions_end(int64_t start, int days) {

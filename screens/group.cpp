@@ -64,8 +64,8 @@ void profile(int group, int title, int (*transfer)(const char *, GroupEvent *)) 
 
 }  // namespace
 
-void load_profile(int group) { profile(group, 165, LoadGroupProfile); }
-void save_profile(int group) { profile(group, 166, SaveGroupProfile); }
+void load_profile(int group) { profile(group, 165_text, LoadGroupProfile); }
+void save_profile(int group) { profile(group, 166_text, SaveGroupProfile); }
 
 void print_group_param(unsigned row, int group) {
     const GroupEntry &entry = INI1.Group[group];
@@ -86,9 +86,9 @@ void print_group_param(unsigned row, int group) {
         con_puts("]");
     }
     print_line(0);
-    print_allowed(named, 4, 152, 153, entry.AllowedBatteryShutdown, entry.BatteryRuntimeShutdown);
-    print_allowed(named, 5, 154, 155, entry.AllowedSystemShutdown, entry.SystemShutdownDelay);
-    print_allowed(named, 6, 156, 157, entry.AllowedUPSShutdown, entry.UPSShutdownDelay);
+    print_allowed(named, 4, 152_text, 153_text, entry.AllowedBatteryShutdown, entry.BatteryRuntimeShutdown);
+    print_allowed(named, 5, 154_text, 155_text, entry.AllowedSystemShutdown, entry.SystemShutdownDelay);
+    print_allowed(named, 6, 156_text, 157_text, entry.AllowedUPSShutdown, entry.UPSShutdownDelay);
     print_line(0);
     print_item(named, "\n\r       7 - %s", LangText[150]);
     print_line(0);

@@ -58,7 +58,7 @@ uint16_t choose_type() {
 void choose_qualifier(GroupEvent &event, int slot) {
     constexpr unsigned kFirstLine = 9;
     draw_title_block(4, LangText[170]);
-    for (unsigned item = 1; item <= 4; ++item) con_printf("\n\r      %u - %s", item, LangText[170 + item]);
+    for (unsigned item = 1; item <= 4; ++item) con_printf("\n\r      %u - %s", item, LangText[kQualifierForms[static_cast<int>(item) - 1]]);
     print_line(0);
     con_puts("\n\r");
     print_line(1);
@@ -141,7 +141,7 @@ void print_group_job_param2(unsigned row, int group, int event, int slot) {
 void print_group_job_event(unsigned row, unsigned first, unsigned last) {
     draw_title_block(1, LangText[168]);
     for (unsigned job = first; job <= last; ++job) {
-        con_printf(job <= 8 ? "\n\r       %u - %s" : "\n\r      %u - %s", job + 1, LangText[79 + job]);
+        con_printf(job <= 8 ? "\n\r       %u - %s" : "\n\r      %u - %s", job + 1, LangText[kJobNames[static_cast<int>(job)]]);
     }
     if (first == 0) {
         print_line(0);

@@ -106,7 +106,7 @@ void print_gr_event_param(unsigned row, int group, int event) {
     con_printf("\n\r       1 - %s", LangText[167]);
     print_line(0);
     for (unsigned item = kFirstAction; item <= kLastAction; ++item) {
-        con_printf("\n\r       %u - %s:     [", item - 1, LangText[103 + item]);
+        con_printf("\n\r       %u - %s:     [", item - 1, LangText[kActionNames[static_cast<int>(item - kFirstAction)]]);
         print_switch(action_switch(entry.Job, static_cast<int>(item - kFirstAction)), LangText[316], LangText[317]);
     }
     con_printf("\n\r      10 - %s:", LangText[101]);

@@ -82,10 +82,10 @@ void print_action_screen(unsigned row, const ActionScreen &screen, unsigned on, 
     print_line(3);
     print_center(screen.title);
     print_line(3);
-    print_center(LangText[106 + screen.action]);
+    print_center(LangText[kActionNames[screen.action]]);
     print_line(3);
     print_line(1);
-    con_printf("\n\r      1 - %s:     [", LangText[106 + screen.action]);
+    con_printf("\n\r      1 - %s:     [", LangText[kActionNames[screen.action]]);
     print_switch(on, LangText[316], LangText[317]);
     if (screen.kind > 1) {
         con_printf("\n\r      2 - %s:", LangText[103]);
@@ -155,7 +155,7 @@ ActionScreen make_action_screen(JobEntry *job, int action, const int (&kinds)[kJ
     screen.action = action;
     screen.kind = action >= 0 && action < kJobActions ? kinds[action] : 2;
     screen.even = even;
-    screen.title = LangText[79 + named_job];
+    screen.title = LangText[kJobNames[named_job]];
     screen.shown_file = INI1.Job[named_job].File;
     return screen;
 }
@@ -177,13 +177,13 @@ void job_param1(int job, int action) { run_action_screen(job_action_screen(job, 
 
 void print_job_param(unsigned row, int job) {
     const JobEntry &entry = INI1.Job[job];
-    draw_title_block(2, LangText[79 + job]);
+    draw_title_block(2, LangText[kJobNames[job]]);
     for (unsigned item = kFirstAction; item <= kLastAction; ++item) {
         if (item == kShutdownRow && without_shutdown(job)) {
             print_dimmed("\n\r       5 - %s:", LangText[110]);
             continue;
         }
-        con_printf("\n\r       %u - %s:     [", item, LangText[105 + item]);
+        con_printf("\n\r       %u - %s:     [", item, LangText[kActionNames[static_cast<int>(item - kFirstAction)]]);
         print_switch(action_switch(entry, static_cast<int>(item) - 1), LangText[316], LangText[317]);
     }
     con_printf("\n\r       9 - %s:", LangText[101]);

@@ -82,7 +82,7 @@ void print_job_param2(unsigned row, int last, int first) {
     draw_title_block(2, LangText[338]);
     for (int job = first; job <= last; ++job) {
         print_numbered(static_cast<unsigned>(job - first) + 1);
-        con_printf("%s     [", LangText[79 + job]);
+        con_printf("%s     [", LangText[kJobNames[job]]);
         for (int action = 0; action < kJobActions; ++action) {
             print_escapeseq(action_switch(INI1.Job[job], action) ? SEQ_ON : SEQ_DARK_RED);
             con_putc(kActionLetters[action]);

@@ -108,13 +108,13 @@ int64_t ask_moment(int hint, int64_t (*check)(const char *)) {
 void choose_timing(ScheduleEntry &entry) {
     const char *const periods[] = {LangText[223], LangText[224], LangText[225], LangText[226]};
     unsigned period = pick_from_list(LangText[51], periods, 4);
-    int64_t moment = ask_moment(period == kOnce ? 279 : 280, period == kOnce ? check_datetime : check_time);
+    int64_t moment = ask_moment(period == kOnce ? 279_text : 280_text, period == kOnce ? check_datetime : check_time);
     if (!moment) return;  // the old timing stays
     entry.StartTime = static_cast<uint32_t>(moment);
     entry.Period = static_cast<uint8_t>(period);
     if (period == kWeekly) {
         const char *days[7];
-        for (int day = 0; day < 7; ++day) days[day] = LangText[227 + day];
+        for (int day = 0; day < 7; ++day) days[day] = LangText[kWeekdays[day]];
         entry.PeriodDay = static_cast<uint8_t>(pick_from_list(LangText[328], days, 7) - 1);
     } else if (period == kMonthly) {
         entry.PeriodDay = static_cast<uint8_t>(ask_in_range(LangText[328], entry.PeriodDay, range_of(Limit::ScheduleDay)));

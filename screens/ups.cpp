@@ -81,7 +81,7 @@ bool edit_name(int index, unsigned row) {
         // references onto their neighbours.
         if (!entry.Name[0]) return false;
         if (group_references(index) > 0) {
-            show_message(row, 10, 246);
+            show_message(row, 10, 246_text);
             return true;
         }
         if (schedule_references(index) > 0) {
@@ -106,7 +106,7 @@ void edit_model(int index, unsigned row) {
         get_str(entry.Type, sizeof entry.Type, LangText[332]);
         end_line_input();
         if (FindUpsModelTxt(entry.Type, sizeof entry.Type)) return;
-        show_message(row, 9, 249);
+        show_message(row, 9, 249_text);
     }
 }
 
