@@ -173,16 +173,12 @@ void check_model_code(const uint8_t *data, size_t size) {
     char code[64];
     size_t width = size < sizeof code ? size : sizeof code;
     std::memcpy(code, data, width);
-    const UpsModel *model = FindUpsModelTxt(code, width);
-    size_t length = strnlen(code, width < 50 ? width : 50);
-    char speed = length > 6 ? code[6] : 0;
-    bool valid = length >= 12 && (std::strncmp(code, "TOVAR", 5) == 0 || std::strncmp(code, "MERID", 5) == 0) &&
-                 (speed == '1' || speed == '2' || speed == '4' || speed == '9');
-    require((model != nullptr) == valid, "valid exactly when family, length and speed are");
-    if (!valid) {
+    if (!FindUpsModelTxt(code, width)) {
         require(std::strcmp(FindModel.name, "Unknow model") == 0 && FindModel.brand == 255, "reset after a failure");
         return;
     }
+    // Read only within the field, and the name kept to 50 characters.
+    size_t length = strnlen(code, width < 50 ? width : 50);
     require(std::strlen(FindModel.name) == length && std::memcmp(FindModel.name, code, length) == 0, "the code kept");
-    require(FindModel.brand <= 5 && FindModel.brand != 255, "a brand");
+    require(length >= 12 && FindModel.brand <= 5, "a whole code, and a brand");
 }

@@ -24,5 +24,6 @@ void check_group_profile(const uint8_t *data, size_t size);
 // Schedule texts (20 bytes per entry): decoding what was encoded gives the
 // same schedules.
 void check_schedules(const uint8_t *data, size_t size);
-// A model code: valid exactly when family, length and speed are.
+// A model code: found, it keeps the code read within its field; not found,
+// the last model is reset.
 void check_model_code(const uint8_t *data, size_t size);

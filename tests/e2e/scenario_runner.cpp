@@ -13,11 +13,16 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <random>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "config/files.h"
+#include "config/ini_reader.h"
+#include "config/ini_writer.h"
+#include "config/record.h"
 #include "console/terminal.h"
 #include "support/editor.h"
 
@@ -258,6 +263,73 @@ private:
         return check(bytes == read_file(golden), "the bytes differ from " + w[1] + ":\n" + visible(bytes));
     }
 
+    // A key a user who knows nothing might press: mostly moves and Enter,
+    // sometimes a line of text (a double quote too) or a number.
+    static std::string random_key(std::mt19937 &random) {
+        auto pick = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
+        static const char *const kNumbers[] = {"0", "1", "2", "8", "30", "99", "255", "1000", "9999", "65535", "70000", "-1"};
+        static const char kAlphabet[] = "abcdefghijklmnopqrstuvwxyz ABCXYZ0123456789.:-_*\"";
+        int roll = pick(0, 99);
+        if (roll < 6) {  // down to the way back and Enter leaves a screen; now and then six
+            std::string leave;
+            for (int i = 0; i < 30; ++i) leave += "\x1b[B";
+            leave += "\r";
+            return roll == 0 ? leave + leave + leave + leave + leave + leave : leave;
+        }
+        if (roll < 50) return roll < 30 ? "\x1b[B" : "\x1b[A";
+        if (roll < 74) return roll < 72 ? "\r" : "\x1b";  // a lone ESC takes the next two keys with it
+        if (roll >= 90) return std::string(kNumbers[pick(0, 11)]) + "\r";
+        if (pick(0, 15) == 0) return "MERID32001RU0001\r";
+        std::string text = pick(0, 20) == 0 ? "*" : "";
+        for (int n = text.empty() ? pick(0, 14) : 0; n > 0; --n) text += kAlphabet[pick(0, sizeof kAlphabet - 2)];
+        return text + "\r";
+    }
+
+    // `count` random keys from `seed`. The editor must read each of them (a
+    // slow reader, one line per two-second pause, is no hang); whenever a
+    // session ends, with 0 or 1, it starts again on what it left.
+    static std::string random_keys(Editor &e, int count, unsigned seed) {
+        std::mt19937 random(seed);
+        for (int sent = 0; sent < count; ++sent) {
+            if (e.exited && !(WIFEXITED(e.status) && WEXITSTATUS(e.status) <= 1)) return "status " + std::to_string(e.status);
+            if (e.exited && !e.reopen()) return "it did not start again";
+            // The save question wants a word, and the model code question
+            // (asked until a valid code comes) often gets one.
+            std::string key = random_key(random);
+            if (e.row(e.cursor_row()).find("Save the changes?") != std::string::npos) {
+                key = random() % 4 ? "yes\r" : "no\r";
+            } else if (e.screen().find("      Model code:") != std::string::npos && random() % 2) {
+                key = "MERID32001RU0001\r";
+            }
+            size_t answered = e.output.size();
+            e.send(key);
+            e.wait_until([&] { return e.unread_input() > 0 || e.output.size() > answered; }, 20);
+            for (int unread = e.unread_input(); unread > 0 && !e.exited; unread = e.unread_input()) {
+                if (!e.wait_until([&] { return e.exited || e.unread_input() < unread; }, 6000)) {
+                    return "it stopped reading keys after " + std::to_string(sent);
+                }
+            }
+        }
+        return "";
+    }
+
+    // Korvel's files, loaded, produce their very same bytes.
+    static std::string fixed_point(Editor &e) {
+        const std::string kept = ProgramDir;
+        std::snprintf(ProgramDir, kProgramDirSize, "%s", e.dir.path().c_str());
+        actual_section = 255;
+        FileTexts texts;
+        int loaded = LoadINI(), produced = loaded ? loaded : ProduceINI(INI, texts);
+        std::snprintf(ProgramDir, kProgramDirSize, "%s", kept.c_str());
+        if (loaded || produced) return "cannot load and produce the files";
+        std::string why;
+        for (int i = 0; i < texts.count && why.empty(); ++i) {
+            const FileText &file = texts.file[i];
+            why = check(std::string(file.bytes, file.size) == e.dir.read(file.name), std::string(file.name) + " is not a fixed point");
+        }
+        return FreeTexts(texts), why;
+    }
+
     static const std::vector<StepKind> &steps() {
         static const std::vector<StepKind> kSteps = {
             // Preparing the directory and how the editor starts.
@@ -358,6 +430,8 @@ private:
              }},
             {"keep", 1, 1, [](Runner &r, Editor &e, const Words &w, size_t) { return e.dir.write(w[1], r.ctl_out_), std::string(); }},
             {"snapshot", 0, 0, [](Runner &r, Editor &, const Words &, size_t) { return r.snapshot(), std::string(); }},
+            {"random-keys", 2, 2, [](Runner &, Editor &e, const Words &w, size_t) { return random_keys(e, number(w, 1), number(w, 2)); }},
+            {"fixed-point", 0, 0, [](Runner &, Editor &e, const Words &, size_t) { return fixed_point(e); }},
             // The files afterwards.
             {"has", 2, 99, [](Runner &r, Editor &, const Words &w, size_t n) { return look_into(r, w, n); }},
             {"lacks", 2, 99, [](Runner &r, Editor &, const Words &w, size_t n) { return look_into(r, w, n); }},

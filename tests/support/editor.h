@@ -29,7 +29,6 @@ class Editor {
 public:
     ScratchDir dir;
     std::vector<std::string> environment;  // NAME=value added for the program
-    std::string cwd;                       // empty: the Korvel directory
     bool unprivileged = false;             // as nobody when the tests run as root; the directory is opened up for it
     bool in_shell = false;                 // started as a job of an interactive shell
     int rows = 40, cols = 100;             // the window
@@ -78,20 +77,28 @@ public:
         return !wait_for_menu || wait_until([&] { return screen().find("Corvane v 5.3.0 10/2012") != std::string::npos && marker_row() == 10; });
     }
 
-    bool start(const std::vector<std::string> &argv) {  // any program, in `cwd`
+    // Starts it again in the same directory, once it has ended.
+    bool reopen() {
+        if (master_ >= 0) close(master_);
+        if (slave_ >= 0) close(slave_);
+        if (vterm_) vterm_free(vterm_);
+        master_ = slave_ = -1, vterm_ = nullptr, pid = -1, exited = false;
+        return open();
+    }
+
+    bool start(const std::vector<std::string> &argv) {  // any program, in the directory
         struct winsize size {};
         size.ws_row = static_cast<unsigned short>(rows), size.ws_col = static_cast<unsigned short>(cols);
         if (openpty(&master_, &slave_, nullptr, nullptr, &size) != 0) return false;
         std::vector<char *> args;
         for (const std::string &arg : argv) args.push_back(const_cast<char *>(arg.c_str()));
         args.push_back(nullptr);
-        const std::string where = cwd.empty() ? dir.path() : cwd;
         if ((pid = fork()) < 0) return false;
         if (pid == 0) {
             close(master_);
             if (login_tty(slave_) != 0) _exit(126);
             if (unprivileged && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(126);
-            if (chdir(where.c_str()) != 0) _exit(126);
+            if (chdir(dir.path().c_str()) != 0) _exit(126);
             struct rlimit no_core {};
             setrlimit(RLIMIT_CORE, &no_core);  // SIGQUIT must not leave core files
             setenv("TERM", "xterm", 1);
@@ -145,20 +152,10 @@ public:
 
     // The screen; rows count from 0, trailing blanks removed.
     std::string row(int r) const {
-        std::string text;
-        for (int c = 0; c < cols; ++c) {
-            VTermScreenCell cell;
-            uint32_t code = vscreen_ && vterm_screen_get_cell(vscreen_, VTermPos{r, c}, &cell) ? cell.chars[0] : 0;
-            if (code == 0) code = ' ';
-            if (code < 0x80) {
-                text += char(code);
-            } else if (code < 0x800) {
-                text += {char(0xC0 | (code >> 6)), char(0x80 | (code & 0x3F))};
-            } else {
-                text += {char(0xE0 | (code >> 12)), char(0x80 | ((code >> 6) & 0x3F)), char(0x80 | (code & 0x3F))};
-            }
-        }
-        return text.substr(0, text.find_last_not_of(' ') + 1);
+        char text[4 * 512];
+        size_t size = vscreen_ ? vterm_screen_get_text(vscreen_, text, sizeof text, VTermRect{r, r + 1, 0, cols}) : 0;
+        std::string line(text, std::min(size, sizeof text));
+        return line.substr(0, line.find_last_not_of(' ') + 1);
     }
     std::string screen() const {
         std::string text;

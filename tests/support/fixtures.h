@@ -100,14 +100,11 @@ private:
     std::string dir_, saved_program_dir_;
 };
 
-// Screen output to memory, input from a script, waits and shell commands
-// recorded instead of done.
+// Screen output to memory, input from a script; waits and shell commands
+// are skipped.
 class ConsoleCapture {
 public:
     struct InputExhausted {};  // thrown when input is asked for past the script: the code still wanted more
-    std::vector<unsigned long> sleeps;  // microseconds
-    std::vector<std::string> commands;
-    std::string shown_at_last_pause;  // what had reached the screen when the last wait or command began
 
     ConsoleCapture()
         : saved_read_(ConsoleReadByte), saved_ended_(ConsoleInputEnded), saved_sleep_(ConsoleSleep), saved_shell_(ConsoleShell) {
@@ -117,8 +114,8 @@ public:
             return c.position_ < c.input_.size() ? static_cast<unsigned char>(c.input_[c.position_++]) : -1;
         };
         ConsoleInputEnded = [] { throw InputExhausted{}; };
-        ConsoleSleep = [](unsigned long microseconds) { current->sleeps.push_back(microseconds), current->pause(); };
-        ConsoleShell = [](const char *command) { return current->commands.push_back(command), current->pause(), 0; };
+        ConsoleSleep = [](unsigned long) {};
+        ConsoleShell = [](const char *) { return 0; };
         console_forget_input();
         current = this;
     }
@@ -133,7 +130,6 @@ public:
     ConsoleCapture(const ConsoleCapture &) = delete;
     ConsoleCapture &operator=(const ConsoleCapture &) = delete;
     void type(const std::string &keys) { input_ += keys; }
-    std::size_t unread() const { return input_.size() - position_; }
     std::string take_output() {  // everything written since the last call
         fflush(stream_);
         std::string text(buffer_, size_);
@@ -145,7 +141,6 @@ public:
     }
 
 private:
-    void pause() { shown_at_last_pause.assign(buffer_, size_); }
     static inline ConsoleCapture *current = nullptr;
     int (*saved_read_)();
     void (*saved_ended_)();

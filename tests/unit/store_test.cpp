@@ -72,16 +72,6 @@ TEST_F(Writer, LoadingAndSavingReproducesEveryFile) {
     ASSERT_EQ(SaveINI(), 0);
     expect_files_as_before("load and save must reproduce it byte for byte");
     EXPECT_EQ(dir_.list().size(), sizeof kFullFiles / sizeof kFullFiles[0]);
-
-    // The demo directory is in the same layout.
-    ScratchDir demo;
-    demo.copy_from(CORVANE_DEMO_DIR);
-    std::memset(&INI, 0, sizeof INI);
-    ASSERT_EQ(LoadINI(), 0);
-    ASSERT_EQ(SaveINI(), 0);
-    for (const char *name : {"korvel.ini", "jobs.ini", "jobsSTS.ini", "sensor.ini", "group_00.ini", "group_01.ini"}) {
-        EXPECT_EQ(demo.read(name), read_file(std::string(CORVANE_DEMO_DIR) + "/" + name)) << name;
-    }
 }
 
 // The seams of a save, and what a case makes of them.
