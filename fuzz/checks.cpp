@@ -30,29 +30,24 @@ void require(bool holds, const char *what) {
     if (!holds) CheckFailed(what);
 }
 
-std::string scratch_top;
+std::string scratch_dir;
 
 int remove_entry(const char *path, const struct stat *, int, struct FTW *) { return remove(path); }
-void remove_scratch() { nftw(scratch_top.c_str(), remove_entry, 8, FTW_DEPTH | FTW_PHYS); }
+void remove_scratch() { nftw(scratch_dir.c_str(), remove_entry, 8, FTW_DEPTH | FTW_PHYS); }
 
-// Three scratch directories, made once per process and removed at its end.
-const std::string &scratch(int which) {
-    static std::string dirs[3];
-    if (dirs[0].empty()) {
-        // In memory where there is such a file system: saves sync every file.
+// A scratch directory, made once per process (in memory where there is
+// such a file system) and removed at its end.
+const std::string &scratch() {
+    if (scratch_dir.empty()) {
         struct stat shm;
         char pattern[64];
         std::snprintf(pattern, sizeof pattern, "%s/corvane-check-XXXXXX",
                       stat("/dev/shm", &shm) == 0 && S_ISDIR(shm.st_mode) ? "/dev/shm" : "/tmp");
         require(mkdtemp(pattern) != nullptr, "a scratch directory");
-        scratch_top = pattern;
+        scratch_dir = std::string(pattern) + "/";
         std::atexit(remove_scratch);
-        for (int i = 0; i < 3; ++i) {
-            dirs[i] = std::string(pattern) + "/" + static_cast<char>('a' + i) + "/";
-            mkdir(dirs[i].c_str(), 0700);
-        }
     }
-    return dirs[which];
+    return scratch_dir;
 }
 
 void write_file(const std::string &path, const uint8_t *data, size_t size) {
@@ -79,7 +74,7 @@ std::string produce(IniFile file) {
 }
 
 void check_ini_file(IniFile file, const char *name, const uint8_t *data, size_t size) {
-    std::string path = scratch(0) + name;
+    std::string path = scratch() + name;
     write_file(path, data, size);
     load(file, path);
     // The first save may still drop what only the odd input carried (a
@@ -106,9 +101,9 @@ void check_group_ini(const uint8_t *data, size_t size) { check_ini_file(kGroupIn
 
 void check_language_file(const uint8_t *data, size_t size) {
     if (!LangText[0]) require(AllocText() == 0, "text buffers");  // another test may have freed them
-    write_file(scratch(0) + "lang_00.ini", data, size);
-    write_file(scratch(0) + "lang1_00.ini", data, size);
-    use_directory(scratch(0));
+    write_file(scratch() + "lang_00.ini", data, size);
+    write_file(scratch() + "lang1_00.ini", data, size);
+    use_directory(scratch());
     for (int kind : {kCorvane, kTarnwick, kHalverton}) {
         LoadText(kind, 0);
         for (char *text : LangText) require(std::memchr(text, '\0', kTextSize) != nullptr, "texts terminated");
@@ -120,11 +115,11 @@ void check_language_file(const uint8_t *data, size_t size) {
 
 void check_group_profile(const uint8_t *data, size_t size) {
     static GroupEvent loaded[kGroupEvents], again[kGroupEvents];
-    write_file(scratch(0) + "profile", data, size);
+    write_file(scratch() + "profile", data, size);
     std::memset(loaded, 0xEE, sizeof loaded);
-    require(LoadGroupProfile((scratch(0) + "profile").c_str(), loaded) == 0, "a profile loads");
-    require(SaveGroupProfile((scratch(1) + "profile").c_str(), loaded) == 0, "a profile saves");
-    require(LoadGroupProfile((scratch(1) + "profile").c_str(), again) == 0, "a saved profile loads");
+    require(LoadGroupProfile((scratch() + "profile").c_str(), loaded) == 0, "a profile loads");
+    require(SaveGroupProfile((scratch() + "profile.again").c_str(), loaded) == 0, "a profile saves");
+    require(LoadGroupProfile((scratch() + "profile.again").c_str(), again) == 0, "a saved profile loads");
     // The events in use come back in order; those not in use are not saved.
     // No text holds what would end a line or a value in a group file.
     int next = 0;

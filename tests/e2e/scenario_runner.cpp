@@ -5,12 +5,11 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <dirent.h>
-#include <fcntl.h>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <memory>
 #include <random>
@@ -72,12 +71,8 @@ bool split(const std::string &line, std::vector<std::string> &words) {
 std::vector<Scenario> load_scenarios() {
     std::vector<Scenario> all;
     std::vector<std::string> names;
-    if (DIR *listing = opendir(CORVANE_SCENARIOS)) {
-        while (struct dirent *entry = readdir(listing)) {
-            std::string name = entry->d_name;
-            if (name.size() > 4 && name.substr(name.size() - 4) == ".scn") names.push_back(name);
-        }
-        closedir(listing);
+    for (const auto &entry : std::filesystem::directory_iterator(CORVANE_SCENARIOS)) {
+        if (entry.path().extension() == ".scn") names.push_back(entry.path().filename());
     }
     std::sort(names.begin(), names.end());
     // "define NAME" ... "end" in any file names steps that "do NAME" repeats.
@@ -100,6 +95,12 @@ std::vector<Scenario> load_scenarios() {
             }
         }
     }
+    // "do" within a define is replaced too, to a depth that no loop passes.
+    std::function<void(const Step &, int)> add = [&](const Step &step, int depth) {
+        bool known = step.words[0] == "do" && step.words.size() == 2 && defined.count(step.words[1]) && depth < 8;
+        if (!known) return all.back().steps.push_back(step);
+        for (const Step &done : defined[step.words[1]]) add(done, depth + 1);
+    };
     for (const Step &step : lines) {
         const std::string &verb = step.words[0];
         bool one = step.words.size() == 2;
@@ -108,10 +109,8 @@ std::vector<Scenario> load_scenarios() {
             all.push_back({step.file, step.words[1].substr(0, dot), step.words[1].substr(dot + 1), {}});
         } else if (all.empty() || all.back().file != step.file) {
             all.push_back({step.file, "Unnamed", step.file, {{step.file, step.line, {"step-before-scenario"}}}});
-        } else if (verb == "do" && one && defined.count(step.words[1])) {
-            for (const Step &done : defined[step.words[1]]) all.back().steps.push_back(done);
         } else {
-            all.back().steps.push_back(step);
+            add(step, 0);
         }
     }
     return all;
@@ -264,25 +263,21 @@ private:
     }
 
     // A key a user who knows nothing might press: mostly moves and Enter,
-    // sometimes a line of text (a double quote too) or a number.
+    // sometimes a line (a number, a model code, "*", a double quote, more than
+    // any field holds), now and then down to the way back and Enter, or six times.
     static std::string random_key(std::mt19937 &random) {
-        auto pick = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
-        static const char *const kNumbers[] = {"0", "1", "2", "8", "30", "99", "255", "1000", "9999", "65535", "70000", "-1"};
-        static const char kAlphabet[] = "abcdefghijklmnopqrstuvwxyz ABCXYZ0123456789.:-_*\"";
-        int roll = pick(0, 99);
-        if (roll < 6) {  // down to the way back and Enter leaves a screen; now and then six
-            std::string leave;
-            for (int i = 0; i < 30; ++i) leave += "\x1b[B";
-            leave += "\r";
-            return roll == 0 ? leave + leave + leave + leave + leave + leave : leave;
-        }
+        static const std::string kBack = [] {
+            std::string keys;
+            for (int i = 0; i < 30; ++i) keys += "\x1b[B";
+            return keys + "\r";
+        }();
+        static const char *const kLines[] = {"", "0", "1", "2", "8", "30", "99", "255", "1000", "9999", "65535", "70000", "-1",
+                                             "*", "MERID32001RU0001", "Rack \"9\"", "abcdefghijklmnopqrstuvwxyz ABCXYZ0123456789.:-_*"};
+        int roll = std::uniform_int_distribution<int>(0, 99)(random);
+        if (roll < 6) return roll ? kBack : kBack + kBack + kBack + kBack + kBack + kBack;
         if (roll < 50) return roll < 30 ? "\x1b[B" : "\x1b[A";
         if (roll < 74) return roll < 72 ? "\r" : "\x1b";  // a lone ESC takes the next two keys with it
-        if (roll >= 90) return std::string(kNumbers[pick(0, 11)]) + "\r";
-        if (pick(0, 15) == 0) return "MERID32001RU0001\r";
-        std::string text = pick(0, 20) == 0 ? "*" : "";
-        for (int n = text.empty() ? pick(0, 14) : 0; n > 0; --n) text += kAlphabet[pick(0, sizeof kAlphabet - 2)];
-        return text + "\r";
+        return std::string(kLines[std::uniform_int_distribution<size_t>(0, std::size(kLines) - 1)(random)]) + "\r";
     }
 
     // `count` random keys from `seed`. The editor must read each of them (a
@@ -413,15 +408,11 @@ private:
             // corvanectl, run beside the files as installed, or a shell command
             // there, to its end; their output is what out, err and keep look at.
             {"ctl", 1, 99, [](Runner &r, Editor &, const Words &w, size_t n) {
-                 if (r.started_.empty()) r.snapshot();
-                 Words argv(w.begin() + 1, w.begin() + 1 + n);
-                 argv[0] = "./corvanectl";
-                 return r.run(number(w, 1), argv);
+                 std::string command = "./corvanectl";
+                 for (size_t i = 2; i <= n; ++i) command += " " + quoted(w[i]);
+                 return r.run(number(w, 1), command);
              }},
-            {"sh", 2, 2, [](Runner &r, Editor &, const Words &w, size_t) {
-                 if (r.started_.empty()) r.snapshot();
-                 return r.run(number(w, 1), {"/bin/sh", "-c", w[2]});
-             }},
+            {"sh", 2, 2, [](Runner &r, Editor &, const Words &w, size_t) { return r.run(number(w, 1), w[2]); }},
             {"out", 1, 99, [](Runner &r, Editor &, const Words &w, size_t n) { return contains(r.ctl_out_, w, n); }},
             {"err", 1, 99, [](Runner &r, Editor &, const Words &w, size_t n) { return contains(r.ctl_err_, w, n); }},
             {"out-is", 1, 1, [](Runner &r, Editor &, const Words &w, size_t) { return check(r.ctl_out_ == w[1], "the output is\n" + r.ctl_out_); }},
@@ -492,31 +483,24 @@ private:
         for (const std::string &name : editor().dir.list()) started_[name] = state_of(name);
     }
 
-    std::string run(int status, std::vector<std::string> argv) {
-        Editor &e = editor();
-        std::vector<char *> pointers;
-        for (std::string &arg : argv) pointers.push_back(&arg[0]);
-        pointers.push_back(nullptr);
-        char out_name[] = "/tmp/corvanectl-out-XXXXXX", err_name[] = "/tmp/corvanectl-err-XXXXXX";
-        int out = mkstemp(out_name), err = mkstemp(err_name);
-        pid_t child = fork();
-        if (child == 0) {
-            dup2(out, STDOUT_FILENO);
-            dup2(err, STDERR_FILENO);
-            int none = open("/dev/null", O_RDONLY);
-            dup2(none, STDIN_FILENO);
-            if (chdir(e.dir.path().c_str()) != 0) _exit(126);
-            for (std::string &setting : e.environment) putenv(&setting[0]);
-            execv(pointers[0], pointers.data());
-            _exit(127);
-        }
-        int result = 0;
-        waitpid(child, &result, 0);
-        ctl_out_ = read_file(out_name);
-        ctl_err_ = read_file(err_name);
-        close(out), close(err), unlink(out_name), unlink(err_name);
-        return check(WIFEXITED(result) && WEXITSTATUS(result) == status,
-                     "status " + std::to_string(result) + "\n" + ctl_out_ + ctl_err_);
+    static std::string quoted(const std::string &word) {  // for the shell, whatever the bytes
+        std::string text = "'";
+        for (char c : word) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+        return text + "'";
+    }
+
+    // A shell command in the Korvel directory, with the editor's settings,
+    // to its end with `status`.
+    std::string run(int status, const std::string &command) {
+        if (started_.empty()) snapshot();
+        char out_name[] = "/tmp/corvane-out-XXXXXX", err_name[] = "/tmp/corvane-err-XXXXXX";
+        close(mkstemp(out_name)), close(mkstemp(err_name));
+        std::string script = "cd " + quoted(editor().dir.path());
+        for (const std::string &setting : editor_->environment) script += " && export " + quoted(setting);
+        int result = std::system((script + " && (" + command + ") </dev/null >" + out_name + " 2>" + err_name).c_str());
+        ctl_out_ = read_file(out_name), ctl_err_ = read_file(err_name);
+        unlink(out_name), unlink(err_name);
+        return check(WIFEXITED(result) && WEXITSTATUS(result) == status, "status " + std::to_string(result) + "\n" + ctl_out_ + ctl_err_);
     }
 
     std::string ctl_out_, ctl_err_;

@@ -6,12 +6,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <dirent.h>
+#include <filesystem>
 #include <fstream>
-#include <ftw.h>
 #include <sstream>
 #include <string>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -55,8 +53,14 @@ public:
     }
     ~ScratchDir() {
         std::snprintf(ProgramDir, kProgramDirSize, "%s", saved_program_dir_.c_str());
-        chmod(dir_.c_str(), 0700);
-        nftw(dir_.c_str(), remove_entry, 16, FTW_DEPTH | FTW_PHYS);
+        // A test may have made parts read-only; a link is left alone (chmod would change its target).
+        namespace fs = std::filesystem;
+        std::error_code ignored;
+        fs::permissions(dir_, fs::perms::owner_all, fs::perm_options::add, ignored);
+        for (auto i = fs::recursive_directory_iterator(dir_, ignored); i != fs::recursive_directory_iterator(); i.increment(ignored)) {
+            if (!i->is_symlink()) fs::permissions(i->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
+        }
+        fs::remove_all(dir_, ignored);
     }
     ScratchDir(const ScratchDir &) = delete;
     ScratchDir &operator=(const ScratchDir &) = delete;
@@ -65,38 +69,19 @@ public:
         std::ofstream(dir_ + name, std::ios::binary) << content;
     }
     std::string read(const std::string &name) const { return read_file(dir_ + name); }
-    std::vector<std::string> list() const { return entries(dir_); }  // sorted
-    void copy_from(const std::string &directory) const { copy_tree(directory, dir_); }  // files and folders, not links
-
-private:
-    // A test may have made it read-only; a link is left alone (chmod would change its target).
-    static int remove_entry(const char *path, const struct stat *state, int, struct FTW *) {
-        if (!S_ISLNK(state->st_mode)) chmod(path, 0700);
-        return remove(path);
-    }
-    static std::vector<std::string> entries(const std::string &path) {
+    std::vector<std::string> list() const {  // sorted
         std::vector<std::string> names;
-        if (DIR *directory = opendir(path.c_str())) {
-            while (dirent *entry = readdir(directory)) {
-                if (std::string(".") != entry->d_name && std::string("..") != entry->d_name) names.push_back(entry->d_name);
-            }
-            closedir(directory);
-        }
+        std::error_code ignored;
+        for (const auto &entry : std::filesystem::directory_iterator(dir_, ignored)) names.push_back(entry.path().filename());
         std::sort(names.begin(), names.end());
         return names;
     }
-    static void copy_tree(const std::string &from, const std::string &to) {
-        for (const std::string &name : entries(from)) {
-            struct stat state;
-            if (lstat((from + "/" + name).c_str(), &state) != 0) continue;
-            if (S_ISDIR(state.st_mode)) {
-                mkdir((to + name).c_str(), 0755);
-                copy_tree(from + "/" + name, to + name + "/");
-            } else if (S_ISREG(state.st_mode)) {
-                std::ofstream(to + name, std::ios::binary) << read_file(from + "/" + name);
-            }
-        }
+    void copy_from(const std::string &directory) const {  // files and folders, not links
+        namespace fs = std::filesystem;
+        fs::copy(directory, dir_, fs::copy_options::recursive | fs::copy_options::skip_symlinks);
     }
+
+private:
     std::string dir_, saved_program_dir_;
 };
 
