@@ -182,13 +182,9 @@ public:
         return marker_row() == target;
     }
 
-    bool wait_exit(int timeout_ms = 5000) {
-        auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
-        while (!exited && !(exited = waitpid(pid, &status, WNOHANG) == pid) && std::chrono::steady_clock::now() < deadline) {
-            pump(20);
-        }
-        settle(0);
-        return exited;
+    bool wait_exit(int timeout_ms = 5000) {  // and its last output read
+        wait_until([&] { return exited || (exited = waitpid(pid, &status, WNOHANG) == pid); }, timeout_ms);
+        return settle(0), exited;
     }
     bool ended_with(int exit_status) { return wait_exit() && WIFEXITED(status) && WEXITSTATUS(status) == exit_status; }
     void hangup() {  // closes the terminal's master side

@@ -25,17 +25,10 @@ inline std::string read_file(const std::string &path) {  // "<missing>" when it 
 }
 
 inline std::string visible(const std::string &bytes) {  // control characters spelled out, for failures
-    static const char *const kNames[32] = {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, "BEL",
-                                           nullptr, "TAB",   "LF",    nullptr, nullptr, "CR"};
     std::string shown;
     for (unsigned char c : bytes) {
-        if (c == 27) {
-            shown += "<ESC>";
-        } else if (c < 32) {
-            shown += "<" + (kNames[c] ? std::string(kNames[c]) : std::to_string(c)) + ">";
-        } else {
-            shown += static_cast<char>(c);
-        }
+        const char *name = c == 27 ? "ESC" : c == 7 ? "BEL" : c == 9 ? "TAB" : c == 10 ? "LF" : c == 13 ? "CR" : nullptr;
+        shown += c >= 32 ? std::string(1, static_cast<char>(c)) : "<" + (name ? std::string(name) : std::to_string(c)) + ">";
     }
     return shown;
 }
@@ -85,29 +78,33 @@ private:
     std::string dir_, saved_program_dir_;
 };
 
+// A seam (or any global) set for the life of the object, and put back.
+template <typename T> class Swap {
+public:
+    Swap(T &place, T value) : place_(place), saved_(place) { place_ = value; }
+    ~Swap() { place_ = saved_; }
+    Swap(const Swap &) = delete;
+    Swap &operator=(const Swap &) = delete;
+
+private:
+    T &place_;
+    T saved_;
+};
+
 // Screen output to memory, input from a script; waits and shell commands
 // are skipped.
 class ConsoleCapture {
 public:
     struct InputExhausted {};  // thrown when input is asked for past the script: the code still wanted more
 
-    ConsoleCapture()
-        : saved_read_(ConsoleReadByte), saved_ended_(ConsoleInputEnded), saved_sleep_(ConsoleSleep), saved_shell_(ConsoleShell) {
+    ConsoleCapture() {
         ConsoleOut = stream_ = open_memstream(&buffer_, &size_);
-        ConsoleReadByte = [] {
-            ConsoleCapture &c = *current;
-            return c.position_ < c.input_.size() ? static_cast<unsigned char>(c.input_[c.position_++]) : -1;
-        };
-        ConsoleInputEnded = [] { throw InputExhausted{}; };
-        ConsoleSleep = [](unsigned long) {};
-        ConsoleShell = [](const char *) { return 0; };
         console_forget_input();
         current = this;
     }
     ~ConsoleCapture() {
         current = nullptr;
         ConsoleOut = nullptr;
-        ConsoleReadByte = saved_read_, ConsoleInputEnded = saved_ended_, ConsoleSleep = saved_sleep_, ConsoleShell = saved_shell_;
         console_forget_input();
         fclose(stream_);
         free(buffer_);
@@ -127,28 +124,18 @@ public:
 
 private:
     static inline ConsoleCapture *current = nullptr;
-    int (*saved_read_)();
-    void (*saved_ended_)();
-    void (*saved_sleep_)(unsigned long);
-    int (*saved_shell_)(const char *);
+    static int next_byte() {
+        return current->position_ < current->input_.size() ? static_cast<unsigned char>(current->input_[current->position_++]) : -1;
+    }
+    Swap<int (*)()> read_{ConsoleReadByte, next_byte};
+    Swap<void (*)()> ended_{ConsoleInputEnded, [] { throw InputExhausted{}; }};
+    Swap<void (*)(unsigned long)> sleep_{ConsoleSleep, [](unsigned long) {}};
+    Swap<int (*)(const char *)> shell_{ConsoleShell, [](const char *) { return 0; }};
     std::string input_;
     std::size_t position_ = 0;
     char *buffer_ = nullptr;
     std::size_t size_ = 0;
     FILE *stream_ = nullptr;
-};
-
-// A seam (or any global) set for the life of the object, and put back.
-template <typename T> class Swap {
-public:
-    Swap(T &place, T value) : place_(place), saved_(place) { place_ = value; }
-    ~Swap() { place_ = saved_; }
-    Swap(const Swap &) = delete;
-    Swap &operator=(const Swap &) = delete;
-
-private:
-    T &place_;
-    T saved_;
 };
 
 // TZ set for the life of the object, as it was afterwards. loaded() says

@@ -62,12 +62,7 @@ TEST(Calendar, DatesAndTimesInTwoZones) {
     }
 }
 
-struct Line {
-    int index;
-    std::string when;  // local "YYYY-MM-DD HH:MM w"
-    bool operator==(const Line &other) const { return index == other.index && when == other.when; }
-};
-void PrintTo(const Line &line, std::ostream *out) { *out << line.index << "@" << line.when; }
+using Line = std::pair<int, std::string>;  // the schedule, and the local "YYYY-MM-DD HH:MM w"
 
 void collect(const Firing &firing, void *context) {
     char when[32];
