@@ -29,15 +29,8 @@ namespace {
 
 constexpr int kWaitMs = 10000;  // only a failing step ever waits this long
 
-struct Step {
-    std::string file;
-    int line;
-    std::vector<std::string> words;
-};
-struct Scenario {
-    std::string file, suite, name;
-    std::vector<Step> steps;
-};
+struct Step { std::string file; int line; std::vector<std::string> words; };
+struct Scenario { std::string file, suite, name; std::vector<Step> steps; };
 
 // Bare words, or double-quoted strings with C escapes (\n \r \t \e \" \\ \xHH).
 bool split(const std::string &line, std::vector<std::string> &words) {

@@ -68,9 +68,7 @@ TEST(FuzzInputs, SeedsAndRegressionsPassTheirChecks) {
         {"model_code", check_model_code},
     };
     ScratchDir keep_program_dir;  // the checks move ProgramDir about
-    struct Failed {
-        std::string what;
-    };
+    struct Failed { std::string what; };
     Swap<decltype(CheckFailed)> failing(CheckFailed, [](const char *what) { throw Failed{what}; });
     for (const auto &target : targets) {
         std::vector<std::string> inputs = expand("fuzz/regressions/" + std::string(target.name) + "/*");
