@@ -34,6 +34,8 @@ void new_group(GroupEntry &group);
 // Event `number` (0-63) as opening an undefined one starts it: all zero but
 // the table's, and the message "Event nn".
 void new_event(GroupEvent &event, int number);
+// A new schedule needs no row: it is the zeroed entry the codec leaves in an
+// unused slot, active only once its action is set.
 // Resets `job` (number `index`, 0-29) to its defaults. Mode 0 takes the
 // messages of the job screens; any other mode those of the job-status file.
 void JobToDefault(JobEntry &job, int index, int mode);
