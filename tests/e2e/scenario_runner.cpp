@@ -278,8 +278,9 @@ private:
     // session ends, with 0 or 1, it starts again on what it left.
     static std::string random_keys(Editor &e, int count, unsigned seed) {
         std::mt19937 random(seed);
-        for (int sent = 0; sent < count; ++sent) {
+        for (int sent = 0;; ++sent) {
             if (e.exited && !(WIFEXITED(e.status) && WEXITSTATUS(e.status) <= 1)) return "status " + std::to_string(e.status);
+            if (sent == count) return "";
             if (e.exited && !e.reopen()) return "it did not start again";
             // The save question wants a word, and the model code question
             // (asked until a valid code comes) often gets one.
@@ -298,7 +299,6 @@ private:
                 }
             }
         }
-        return "";
     }
 
     // Korvel's files, loaded, produce their very same bytes.
