@@ -285,7 +285,7 @@ private:
             // The save question wants a word, and the model code question
             // (asked until a valid code comes) often gets one.
             std::string key = random_key(random);
-            if (e.row(e.cursor_row()).find("Save the changes?") != std::string::npos) {
+            if (e.screen().find("Save the changes?") != std::string::npos) {
                 key = random() % 4 ? "yes\r" : "no\r";
             } else if (e.screen().find("      Model code:") != std::string::npos && random() % 2) {
                 key = "MERID32001RU0001\r";

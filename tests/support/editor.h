@@ -162,11 +162,6 @@ public:
         for (int r = 0; r < rows; ++r) text += row(r) + "\n";
         return text;
     }
-    int cursor_row() const {
-        VTermPos position;
-        vterm_state_get_cursorpos(vterm_obtain_state(vterm_), &position);
-        return position.row;
-    }
     int marker_row() const {  // the row of the "-->" marker, or -1
         for (int r = 0; r < rows; ++r) {
             if (row(r).find("-->") == 2) return r;

@@ -19,9 +19,9 @@ const std::string ESC = "\x1b";
 
 TEST(Keys, MenuKeysAndAnswers) {
     ConsoleCapture console;
-    // The byte after ESC is not looked at; a lone ESC takes the next two keys.
-    console.type(ESC + "[A" + ESC + "[B\n1\r" + ESC + "OB" + ESC + "[C" + ESC + "\n\n\n");
-    for (MenuKey expected : {KEY_UP, KEY_DOWN, KEY_ENTER, KEY_NONE, KEY_NONE, KEY_DOWN, KEY_NONE, KEY_NONE, KEY_ENTER}) {
+    // The byte after ESC is not looked at; a lone ESC takes the next two keys; a NUL is a key.
+    console.type(ESC + "[A" + ESC + "[B\n1" + std::string(1, '\0') + "\r" + ESC + "OB" + ESC + "[C" + ESC + "\n\n\n");
+    for (MenuKey expected : {KEY_UP, KEY_DOWN, KEY_ENTER, KEY_NONE, KEY_NONE, KEY_NONE, KEY_DOWN, KEY_NONE, KEY_NONE, KEY_ENTER}) {
         EXPECT_EQ(read_key(), expected);
     }
     EXPECT_THROW(read_key(), ConsoleCapture::InputExhausted);
@@ -85,6 +85,11 @@ TEST(Language, EveryShippedLanguageHasEveryTextTheEditorUses) {
         EXPECT_STREQ(LangFileVersion, "5.3.0");
         FreeText();
     }
+    ScratchDir dir;  // a line that is not the next number's ends the reading
+    dir.write("lang_00.ini", "English\n[Corvane]\nString000=\"A\"\nString002=\"B\"\n");
+    ASSERT_TRUE(AllocText() == 0 && LoadText(kCorvane, 0) == 0);
+    EXPECT_STREQ(LangText[1], "Text 001");
+    FreeText();
 }
 
 }  // namespace
