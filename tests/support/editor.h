@@ -53,8 +53,6 @@ public:
         if (slave_ >= 0) close(slave_);
         if (vterm_) vterm_free(vterm_);
     }
-    Editor(const Editor &) = delete;
-    Editor &operator=(const Editor &) = delete;
 
     // Starts the editor; true once the main menu is up (or, with
     // `wait_for_menu` false, once it runs).

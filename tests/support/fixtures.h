@@ -109,8 +109,6 @@ public:
         fclose(stream_);
         free(buffer_);
     }
-    ConsoleCapture(const ConsoleCapture &) = delete;
-    ConsoleCapture &operator=(const ConsoleCapture &) = delete;
     void type(const std::string &keys) { input_ += keys; }
     std::string take_output() {  // everything written since the last call
         fflush(stream_);

@@ -50,6 +50,8 @@ TEST(Keys, MenuKeysAndAnswers) {
     EXPECT_EQ(console::toupper('z') + console::toupper(0xE4), 'Z' + 0xE4) << "only ASCII letters change";
     EXPECT_EQ(console::tolower('Q'), 'q');
     EXPECT_FALSE(console::isdigit(256 + '7'));
+    char centred[16] = "ab";
+    EXPECT_STREQ(center(centred, 7, "-"), "--ab---") << "the odd column goes right";
 }
 
 // Every text the programs show (tools/used-texts lists them from the
