@@ -44,7 +44,7 @@ fuzz:
 	cmake --build $(FUZZ_BUILD) -j$(JOBS)
 	tools/fuzz $(FUZZ_BUILD) $(FUZZ_SECONDS)
 
-# Not part of `make test`: about an hour on two cores.
+# Not part of `make test`: about 100 minutes on two cores.
 mutants:
 	tools/install-deps mutants
 	tools/mutate --count $(MUTANTS) --jobs $(JOBS)
