@@ -90,20 +90,12 @@ void apply_save_defaults(ConfigRecord &record, const SectionKind &kind) {
     }
 }
 
-void new_ups_entry(UpsEntry &entry, const ConfigRecord &record) {
-    store_all(kNewUps, kKorvelIni, "UPS_", &entry);
-    std::memcpy(entry.Port, record.Serial[0].Device, sizeof entry.Port);
-}
-
-void new_group(GroupEntry &group) {
-    std::memset(&group, 0, sizeof group);
-    store_all(kNewGroup, kGroupIni, "Common", &group);
-}
-
-void new_event(GroupEvent &event, int number) {
-    std::memset(&event, 0, sizeof event);
-    store_all(kNewEvent, kGroupIni, "Event_", &event);
-    std::snprintf(event.Job.Message, sizeof event.Job.Message, "Event %02d", number);
+void store_new_defaults(NewEntry which, void *entry) {
+    switch (which) {
+    case NewEntry::Ups: store_all(kNewUps, kKorvelIni, "UPS_", entry); break;
+    case NewEntry::Group: store_all(kNewGroup, kGroupIni, "Common", entry); break;
+    case NewEntry::Event: store_all(kNewEvent, kGroupIni, "Event_", entry); break;
+    }
 }
 
 void JobToDefault(JobEntry &job, int index, int mode) {

@@ -26,16 +26,11 @@ const SaveDefault *save_default(const char *section, const char *key);
 // an empty text or a 0: a save does so just before it writes that section.
 void apply_save_defaults(ConfigRecord &record, const SectionKind &kind);
 
-// A UPS entry as naming it creates it: its fields from the table of a new
-// UPS, its port a copy of the serial device of `record`; the name stays.
-void new_ups_entry(UpsEntry &entry, const ConfigRecord &record);
-// A group as opening an undefined one starts it: all zero but the table's.
-void new_group(GroupEntry &group);
-// Event `number` (0-63) as opening an undefined one starts it: all zero but
-// the table's, and the message "Event nn".
-void new_event(GroupEvent &event, int number);
-// A new schedule needs no row: it is the zeroed entry the codec leaves in an
-// unused slot, active only once its action is set.
+// The tables of values new entries start with.
+enum class NewEntry { Ups, Group, Event };
+// Stores the table of `which` in `entry` (a UpsEntry, GroupEntry or
+// GroupEvent); fields the table does not name keep what they hold.
+void store_new_defaults(NewEntry which, void *entry);
 // Resets `job` (number `index`, 0-29) to its defaults. Mode 0 takes the
 // messages of the job screens; any other mode those of the job-status file.
 void JobToDefault(JobEntry &job, int index, int mode);

@@ -3,7 +3,7 @@
 // events as a profile file.
 #include <cstring>
 
-#include "config/defaults.h"
+#include "config/entries.h"
 #include "config/group_profile.h"
 #include "config/limits.h"
 #include "config/record.h"
@@ -104,7 +104,7 @@ void print_group_param(unsigned row, int group) {
 void group_param(int group) {
     GroupEntry &entry = INI1.Group[group];
     if (!entry.Name[0]) {
-        new_group(entry);  // an undefined group starts afresh
+        create_group(entry);
     }
     unsigned row = kDelete;
     print_group_param(row, group);
@@ -139,9 +139,7 @@ void group_param(int group) {
         if (key != KEY_ENTER) continue;
         switch (row) {
         case kDelete:
-            // The name goes, the rest stays until the group is opened again.
-            set_text(entry.Name, sizeof entry.Name, "");
-            entry.AllowedUPSReboot = 0;
+            delete_group(entry);
             break;
         case kName: enter_text(LangText[49], entry.Name, sizeof entry.Name); break;
         case kRedundancy: entry.RedundancyLevel = static_cast<uint8_t>(entry.RedundancyLevel >= 3 ? 0 : entry.RedundancyLevel + 1); break;

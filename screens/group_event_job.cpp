@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "config/limits.h"
+#include "config/entries.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -167,13 +168,7 @@ void group_job_param2(int group, int event, int slot) {
         if (key != KEY_ENTER) continue;
         switch (row) {
         case kRemove:
-            // The later slots move up; the last type is emptied, its
-            // qualifier stays.
-            for (int s = slot; s < 5; ++s) {
-                entry.Type[s] = entry.Type[s + 1];
-                entry.Priority[s] = entry.Priority[s + 1];
-            }
-            entry.Type[5] = 0;
+            remove_condition(entry, slot);
             return;
         case kType: entry.Type[slot] = choose_type(); break;  // the qualifier stays
         case kQualifier: {

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "config/defaults.h"
+#include "config/entries.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -118,11 +118,7 @@ void print_gr_event_param(unsigned row, int group, int event) {
 
 void gr_event_param(int group, int event) {
     GroupEvent &entry = INI1.Group[group].Event[event];
-    if (entry.Type[0] == 0) {
-        // An undefined event starts afresh; without a condition it stays
-        // undefined in the list.
-        new_event(entry, event);
-    }
+    if (!event_in_use(entry)) create_event(entry, event);
     unsigned row = kConditions;
     print_gr_event_param(row, group, event);
     for (;;) {
@@ -135,7 +131,7 @@ void gr_event_param(int group, int event) {
         if (key != KEY_ENTER) continue;
         if (row == kBack) return;
         if (row == kDelete) {
-            entry.Type[0] = 0;  // the rest stays until the event is opened again
+            delete_event(entry);
             return;
         }
         if (row == kConditions) {

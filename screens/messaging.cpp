@@ -2,6 +2,7 @@
 // recipients.
 #include <cstdio>
 
+#include "config/entries.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -27,7 +28,7 @@ void edit_recipient(SmsRecipient &recipient) {
     end_line_input();
     if (recipient.Name[0] == '*') {
         // No question asked; the number stays, unused. The writer closes the gap.
-        set_text(recipient.Name, sizeof recipient.Name, "");
+        delete_named(recipient.Name, sizeof recipient.Name);
         return;
     }
     enter_text(LangText[59], recipient.TelNumber, sizeof recipient.TelNumber);

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "config/limits.h"
+#include "config/entries.h"
 #include "config/record.h"
 #include "console/input.h"
 #include "console/lang.h"
@@ -228,8 +229,7 @@ void sch_param(int index) {
         switch (row) {
         case kDelete:
             // Dropped from the file at the next save.
-            entry.Action = kActionUnused;
-            entry.Period = 0;
+            delete_schedule(entry);
             return;
         case kUps: {
             int chosen = choose_ups(false);

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "config/model_code.h"
-#include "config/defaults.h"
+#include "config/entries.h"
 #include "config/limits.h"
 #include "config/record.h"
 #include "console/input.h"
@@ -26,37 +26,6 @@ enum Row : unsigned {
 };
 // An undefined entry shows its name row and, on row 3, the way back.
 constexpr unsigned kUndefinedBack = 3;
-
-int group_references(int index) {
-    int count = 0;
-    for (const GroupEntry &group : INI1.Group) {
-        if (!group.Name[0]) continue;
-        for (int slot = 0; slot < kGroupMembers; ++slot) count += group.UPS[slot] - 1 == index;
-    }
-    return count;
-}
-
-int schedule_references(int index) {
-    int count = 0;
-    for (const ScheduleEntry &schedule : INI1.Schedule) count += schedule.Action && schedule.UpsIndex == index;
-    return count;
-}
-
-// Clears the entry's name. The writer numbers the defined entries
-// consecutively, so every later entry moves down one number on the next
-// load: group slots (UPS numbers from 1) and schedules (indexes from 0)
-// follow them now.
-void delete_entry(int index) {
-    std::memset(INI1.UPS[index].Name, 0, sizeof INI1.UPS[index].Name);
-    for (GroupEntry &group : INI1.Group) {
-        for (int slot = 0; slot < kGroupMembers; ++slot) {
-            if (group.UPS[slot] > index) group.UPS[slot] = static_cast<uint16_t>(group.UPS[slot] - 1);
-        }
-    }
-    for (ScheduleEntry &schedule : INI1.Schedule) {
-        if (schedule.UpsIndex > index) schedule.UpsIndex = static_cast<uint16_t>(schedule.UpsIndex - 1);
-    }
-}
 
 void show_message(unsigned row, unsigned below, int text) {
     cursor_gotopos(row, 0, kFirstLine + below);
@@ -80,18 +49,14 @@ bool edit_name(int index, unsigned row) {
         // Nothing to delete: renumbering again would move other entries'
         // references onto their neighbours.
         if (!entry.Name[0]) return false;
-        if (group_references(index) > 0) {
-            show_message(row, 10, 246_text);
+        if (int refusal = ups_deletion_refused(INI1, index)) {
+            show_message(row, 10, refusal);
             return true;
         }
-        if (schedule_references(index) > 0) {
-            show_message(row, 10, kTextScheduleUsesUps);
-            return true;
-        }
-        delete_entry(index);
+        delete_ups(INI1, index);
         return false;
     }
-    if (!entry.Name[0]) new_ups_entry(entry, INI1);
+    if (!entry.Name[0]) create_ups(INI1, index);
     set_text(entry.Name, sizeof entry.Name, input);  // 20 characters or more fill it, unterminated
     return true;
 }
