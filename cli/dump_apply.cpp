@@ -9,7 +9,6 @@
 #include "cli/commands.h"
 #include "cli/keys.h"
 #include "cli/store.h"
-#include "config/defaults.h"
 #include "config/record.h"
 #include "console/terminal.h"
 
@@ -19,25 +18,25 @@ using Json = nlohmann::ordered_json;
 
 // Every key a save would write, in its order.
 void each_key(const std::function<void(const std::string &file, const std::string &section, const KeyRef &key)> &visit) {
-    int groups = 0;
-    for (const GroupEntry &group : INI1.Group) groups += group.Name[0] != 0;
-    std::vector<std::pair<IniFile, std::string>> files;
+    std::vector<int> groups = groups_in_use(INI1);
     for (IniFile of : kReadingOrder) {
-        for (int g = 0; g < (of == kGroupIni ? groups : 1); ++g) files.emplace_back(of, file_name(of, g));
-    }
-    for (const auto &file : files) {
-        for (int k = 0; k < kSectionKindCount; ++k) {
-            const SectionKind &kind = kSectionKinds[k];
-            if (kind.file != file.first) continue;
-            const KeySet &keys = key_set(kind.file, kind.key_set);
-            for (int number = 0; number < kind.entries; ++number) {
-                const std::string section = file.second + ":" + section_name(kind, number) + ".";
-                KeyRef key;
-                if (!resolve_key(section + keys.fields[0].key, key).empty() || !entry_in_use(key)) break;
-                for (int slot = 0; slot < keys.count; ++slot) {
-                    resolve_key(section + keys.fields[slot].key, key);
-                    if (kind.skip_zero_keys && key_value(key) == "0") continue;
-                    visit(file.second, section_name(kind, number), key);
+        for (int g = 0; g < (of == kGroupIni ? static_cast<int>(groups.size()) : 1); ++g) {
+            std::string file = file_name(of, g);
+            int group = of == kGroupIni ? groups[g] : -1;
+            for (int k = 0; k < kSectionKindCount; ++k) {
+                const SectionKind &kind = kSectionKinds[k];
+                if (kind.file != of) continue;
+                const KeySet &keys = key_set(kind.file, kind.key_set);
+                std::vector<int> entries = entries_in_use(INI1, kind, group);
+                for (size_t number = 0; number < entries.size(); ++number) {
+                    for (int slot = 0; slot < keys.count; ++slot) {
+                        KeyRef key;
+                        key.name.kind = &kind;
+                        key.name.field = &keys.fields[slot];
+                        place_key(key, INI1, group, entries[number]);
+                        if (kind.skip_zero_keys && key_value(key) == "0") continue;
+                        visit(file, section_name(kind, static_cast<int>(number)), key);
+                    }
                 }
             }
         }
@@ -86,14 +85,13 @@ int run_dump(bool json) {
     Json all = Json::object();
     each_key([&](const std::string &file, const std::string &section, const KeyRef &key) {
         std::string value = key_value(key);
-        const SaveDefault *instead = value.empty() ? save_default(key.kind->name, key.field->key) : nullptr;
-        if (instead && !instead->stored) value = instead->value.text;
+        const Field &field = *key.name.field;
         if (!json) {
-            std::printf("%s:%s.%s=%s\n", file.c_str(), section.c_str(), key.field->key, value.c_str());
-        } else if (key.field->kind == FieldKind::Text) {
-            all[file][section][key.field->key] = text_value(value);
+            std::printf("%s:%s.%s=%s\n", file.c_str(), section.c_str(), field.key, value.c_str());
+        } else if (field.kind == FieldKind::Text) {
+            all[file][section][field.key] = text_value(value);
         } else {
-            all[file][section][key.field->key] = std::stoul(value);
+            all[file][section][field.key] = std::stoul(value);
         }
     });
     if (json) std::cout << all.dump(2) << "\n";
@@ -114,21 +112,16 @@ int run_apply(const std::string &source, bool dry_run) {
         return complain(source + ": " + error.what()), kRefused;
     }
     if (!all.is_object()) return complain(source + ": not an object of files"), kRefused;
-    // A section's first key goes first: it is the one that puts a new entry in use.
     std::vector<Change> changes;
     for (const auto &file : all.items()) {
         if (!file.value().is_object()) return complain(file.key() + ": not an object of sections"), kRefused;
         for (const auto &section : file.value().items()) {
             if (!section.value().is_object()) return complain(file.key() + ":" + section.key() + ": not an object of keys"), kRefused;
-            std::vector<Change> rest;
             for (const auto &key : section.value().items()) {
                 std::string name = file.key() + ":" + section.key() + "." + key.key(), text;
                 if (!value_text(key.value(), text)) return complain(name + ": not a text or a number"), kRefused;
-                KeyRef ref;
-                bool first = resolve_key(name, ref).empty() && ref.first;
-                (first ? changes : rest).emplace_back(name, text);
+                changes.emplace_back(name, text);
             }
-            changes.insert(changes.end(), rest.begin(), rest.end());
         }
     }
     return run_changes(changes, dry_run);

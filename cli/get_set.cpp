@@ -1,20 +1,312 @@
-// get, set, and the checked change that set and apply share.
+// get, set, and the checked change that set and apply share. Keys name the
+// entries as the files numbered them when the request began; entries are
+// added and deleted through the editor's own entry operations.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <map>
+#include <tuple>
 
 #include "cli/commands.h"
 #include "cli/keys.h"
 #include "cli/store.h"
+#include "config/entries.h"
 #include "config/record.h"
-#include "config/codec.h"
+
+namespace {
+
+bool named(const SectionKind *kind, const char *name) { return kind && std::strcmp(kind->name, name) == 0; }
+
+// What names UPS entry `index`, as the save numbers it.
+std::string users_of_ups(int index) {
+    std::vector<int> groups = groups_in_use(INI1);
+    for (size_t g = 0; g < groups.size(); ++g) {
+        for (int slot = 0; slot < kGroupMembers; ++slot) {
+            if (INI1.Group[groups[g]].UPS[slot] == index + 1) {
+                return file_name(kGroupIni, static_cast<int>(g)) + ":UPS.UPS_0" + std::to_string(slot) + " names it: remove it from the group first";
+            }
+        }
+    }
+    const SectionKind &schedules = kind_named(kKorvelIni, "Schedule_");
+    std::vector<int> in_use = entries_in_use(INI1, schedules, -1);
+    for (size_t n = 0; n < in_use.size(); ++n) {
+        if (INI1.Schedule[in_use[n]].UpsIndex == index) return section_name(schedules, static_cast<int>(n)) + " names it: delete the schedule first";
+    }
+    return "it is in use";
+}
+
+// An entry, or with no kind a group, that the request added.
+struct Added {
+    const SectionKind *kind;
+    int group;  // the record's group of an event; -1 otherwise
+    int number;
+    int index;
+    std::string section;  // as named
+};
+
+// A key the request set, for the rules between fields: the record's group,
+// the kind, the record's entry and the key; and the key as it was named.
+using Touched = std::tuple<int, const SectionKind *, int, std::string>;
+
+class Request {
+public:
+    std::vector<std::string> lines;
+    bool deleted_group = false;
+
+    // Finds, or adds, the entry the key names. "" or why not.
+    std::string place(KeyRef &key);
+    // Changes one key: a value, or the operation its value stands for. "" or why not.
+    std::string change(KeyRef &key, const std::string &value);
+    // The rules that hold once every key is set. "" or why not.
+    std::string finish() const;
+
+private:
+    std::vector<Added> added_;
+    std::map<Touched, std::string> touched_;
+
+    const Added *added(const SectionKind *kind, int group, int number) const;
+    int count_added(const SectionKind *kind, int group) const;
+    std::string add(const SectionKind *kind, int group, int number, const std::string &section, int &index);
+    std::string remove(const KeyRef &key);
+    bool touched(int group, const SectionKind *kind, int entry, std::initializer_list<const char *> keys) const;
+    void describe_changes(const ConfigRecord &before);
+};
+
+const Added *Request::added(const SectionKind *kind, int group, int number) const {
+    for (const Added &a : added_) {
+        if (a.kind == kind && a.group == group && a.number == number) return &a;
+    }
+    return nullptr;
+}
+
+int Request::count_added(const SectionKind *kind, int group) const {
+    return static_cast<int>(std::count_if(added_.begin(), added_.end(), [&](const Added &a) { return a.kind == kind && a.group == group; }));
+}
+
+// A new entry goes after the last one in use, never into a gap: the entries
+// after a gap would move up one number and the request would change them.
+std::string Request::add(const SectionKind *kind, int group, int number, const std::string &section, int &index) {
+    int last = -1, slots = kind ? kind->entries : kGroups;
+    for (int i = 0; i < slots; ++i) {
+        if (kind ? entry_in_use(INI1, *kind, group, i) : group_in_use(INI1.Group[i])) last = i;
+    }
+    for (const Added &a : added_) {
+        if (a.kind == kind && a.group == group) last = std::max(last, a.index);
+    }
+    index = last + 1;
+    if (index >= slots) return "no free entry after the last one in use";
+    if (!kind) {
+        create_group(INI1.Group[index]);
+    } else if (named(kind, "UPS_")) {
+        create_ups(INI1, index);
+    } else if (named(kind, "Schedule_")) {
+        create_schedule(INI1.Schedule[index]);
+    } else if (named(kind, "Event_")) {
+        create_event(INI1.Group[group].Event[index], index);
+    }
+    added_.push_back({kind, group, number, index, section});
+    lines.push_back(section + ": added");
+    return "";
+}
+
+std::string Request::place(KeyRef &key) {
+    const KeyName &name = key.name;
+    std::string section = section_of(name);
+    int group = -1;
+    bool new_group = false;
+    if (name.file == kGroupIni) {
+        std::vector<int> read = groups_in_use(INI);
+        std::string file = file_name(kGroupIni, name.group_number);
+        if (name.group_number < static_cast<int>(read.size())) {
+            group = read[name.group_number];
+            if (!group_in_use(INI1.Group[group])) return file + " was deleted by this request";
+        } else if (const Added *a = added(nullptr, -1, name.group_number)) {
+            group = a->index, new_group = true;
+        } else if (name.group_number == static_cast<int>(read.size()) + count_added(nullptr, -1)) {
+            if (std::string why = add(nullptr, -1, name.group_number, file, group); !why.empty()) return why;
+            new_group = true;
+        } else {
+            return "no such group file: groups are numbered without gaps";
+        }
+    }
+    int entry = name.number;
+    if (compact(name)) {
+        // A group added now has no entries yet, whatever its slot held when read.
+        std::vector<int> read = new_group ? std::vector<int>() : entries_in_use(INI, *name.kind, group);
+        if (entry < static_cast<int>(read.size())) {
+            entry = read[entry];
+            if (!entry_in_use(INI1, *name.kind, group, entry)) return section + " was deleted by this request";
+        } else if (const Added *a = added(name.kind, group, name.number)) {
+            entry = a->index;
+        } else if (name.number == static_cast<int>(read.size()) + count_added(name.kind, group)) {
+            if (std::string why = add(name.kind, group, name.number, section, entry); !why.empty()) return why;
+        } else {
+            return "no such section: " + section + " (entries are numbered without gaps)";
+        }
+    }
+    place_key(key, INI1, group, entry);
+    return "";
+}
+
+// Lines for every key whose value the operation changed, in entries that
+// stay in use, numbered as the save will number them.
+void Request::describe_changes(const ConfigRecord &before) {
+    std::vector<int> groups = groups_in_use(INI1);
+    for (int k = 0; k < kSectionKindCount; ++k) {
+        const SectionKind &kind = kSectionKinds[k];
+        const KeySet &keys = key_set(kind.file, kind.key_set);
+        for (int g = 0; g < (kind.file == kGroupIni ? static_cast<int>(groups.size()) : 1); ++g) {
+            int group = kind.file == kGroupIni ? groups[g] : -1;
+            if (group >= 0 && !group_in_use(before.Group[group])) continue;
+            std::vector<int> entries = entries_in_use(INI1, kind, group);
+            for (size_t n = 0; n < entries.size(); ++n) {
+                if (!entry_in_use(before, kind, group, entries[n])) continue;
+                std::string prefix = (kind.file == kKorvelIni ? "" : file_name(kind.file, g) + ":") + section_name(kind, static_cast<int>(n)) + ".";
+                for (int slot = 0; slot < keys.count; ++slot) {
+                    KeyRef now, was;
+                    now.name.kind = was.name.kind = &kind;
+                    now.name.field = was.name.field = &keys.fields[slot];
+                    place_key(now, INI1, group, entries[n]);
+                    place_key(was, const_cast<ConfigRecord &>(before), group, entries[n]);
+                    std::string old = key_value(was), value = key_value(now);
+                    if (old != value) lines.push_back(prefix + keys.fields[slot].key + ": " + old + " -> " + value);
+                }
+            }
+        }
+    }
+}
+
+std::string Request::remove(const KeyRef &key) {
+    const KeyName &name = key.name;
+    std::string section = name.file == kGroupIni && named(name.kind, "Common") ? file_name(kGroupIni, name.group_number) : section_of(name);
+    for (const Added &a : added_) {
+        if ((a.kind == name.kind && a.group == key.group && a.index == key.entry) || (!a.kind && a.index == key.group && named(name.kind, "Common"))) {
+            return section + " is added by this request: it cannot be deleted by it too";
+        }
+    }
+    if (named(name.kind, "UPS_") && ups_deletion_refused(INI1, key.entry)) return section + " cannot be deleted: " + users_of_ups(key.entry);
+    static auto before = std::make_unique<ConfigRecord>();
+    *before = INI1;
+    GroupEntry *group = key.group >= 0 ? &INI1.Group[key.group] : nullptr;
+    if (named(name.kind, "Common")) {
+        delete_group(*group);
+        deleted_group = true;
+    } else if (named(name.kind, "UPS_")) {
+        delete_ups(INI1, key.entry);
+    } else if (named(name.kind, "Schedule_")) {
+        delete_schedule(INI1.Schedule[key.entry]);
+    } else if (named(name.kind, "Event_")) {
+        delete_event(group->Event[key.entry]);
+    } else {
+        delete_named(reinterpret_cast<char *>(key.where), name.field->width);
+    }
+    lines.push_back(section + ": deleted");
+    // The later entries of the series, or the later groups, move down one number.
+    if (named(name.kind, "Common")) {
+        std::vector<int> was = groups_in_use(*before), now = groups_in_use(INI1);
+        for (size_t n = 0; n < now.size(); ++n) {
+            size_t old = static_cast<size_t>(std::find(was.begin(), was.end(), now[n]) - was.begin());
+            if (old != n) lines.push_back(file_name(kGroupIni, static_cast<int>(old)) + ": now " + file_name(kGroupIni, static_cast<int>(n)));
+        }
+    } else {
+        std::string prefix = name.file == kKorvelIni ? "" : file_name(name.file, name.group_number) + ":";
+        std::vector<int> was = entries_in_use(*before, *name.kind, key.group), now = entries_in_use(INI1, *name.kind, key.group);
+        for (size_t n = 0; n < now.size(); ++n) {
+            size_t old = static_cast<size_t>(std::find(was.begin(), was.end(), now[n]) - was.begin());
+            if (old != n) lines.push_back(prefix + section_name(*name.kind, static_cast<int>(old)) + ": now " + prefix + section_name(*name.kind, static_cast<int>(n)));
+        }
+    }
+    describe_changes(*before);
+    return "";
+}
+
+std::string Request::change(KeyRef &key, const std::string &value) {
+    if (std::string why = place(key); !why.empty()) return why;
+    std::string canonical;
+    if (std::string allowed = canonical_value(key, value, canonical); !allowed.empty()) return "=" + value + ": allowed: " + allowed;
+    // A value Korvel reads as the one it has is no change, whatever a screen would accept.
+    std::string old = key_value(key);
+    if (old == canonical) return "";
+    if (std::string allowed = check_value(key, canonical); !allowed.empty()) return "=" + value + ": allowed: " + allowed;
+    const KeyName &name = key.name;
+    if (undefines(key, canonical)) return remove(key);
+    // An emptied condition is removed as the condition screen removes one: the later ones move up.
+    if (named(name.kind, "Event_") && canonical == "0" && std::strncmp(name.field->key, "Type", 4) == 0) {
+        static auto before = std::make_unique<ConfigRecord>();
+        *before = INI1;
+        remove_condition(INI1.Group[key.group].Event[key.entry], name.field->key[4] - '1');
+        describe_changes(*before);
+        return "";
+    }
+    store_value(key, canonical);
+    touched_[Touched{key.group, name.kind, key.entry, name.field->key}] = name.name;
+    lines.push_back(name.name + ": " + old + " -> " + canonical);
+    return "";
+}
+
+bool Request::touched(int group, const SectionKind *kind, int entry, std::initializer_list<const char *> keys) const {
+    for (const char *key : keys) {
+        if (touched_.count(Touched{group, kind, entry, key})) return true;
+    }
+    return false;
+}
+
+std::string Request::finish() const {
+    for (const Added &a : added_) {
+        bool used = a.kind ? entry_in_use(INI1, *a.kind, a.group, a.index) : group_in_use(INI1.Group[a.index]);
+        if (used) continue;
+        std::string first = !a.kind ? "Common.Name" : named(a.kind, "Schedule_") ? "Data with an action" : key_set(a.kind->file, a.kind->key_set).fields[0].key;
+        return a.section + ": a new entry needs its " + first;
+    }
+    const SystemSettings &system = INI1.System;
+    for (const auto &set : touched_) {
+        const SectionKind *kind = std::get<1>(set.first);
+        const std::string &key = std::get<3>(set.first);
+        if (named(kind, "System") && (key == "DataLogMin" || key == "DataLogMax") && system.DataLogMin >= system.DataLogMax) {
+            return "System.DataLogMin=" + std::to_string(system.DataLogMin) + ": allowed: below System.DataLogMax (" + std::to_string(system.DataLogMax) + ")";
+        }
+    }
+    // A group member (entry + 1) and a schedule (entry) name UPS entries in use.
+    int ups_count = static_cast<int>(entries_in_use(INI1, kind_named(kKorvelIni, "UPS_"), -1).size());
+    for (const auto &set : touched_) {
+        int group = std::get<0>(set.first), entry = std::get<2>(set.first);
+        const SectionKind *kind = std::get<1>(set.first);
+        const std::string &key = std::get<3>(set.first), &as_named = set.second;
+        if (named(kind, "UPS") && INI1.Group[group].UPS[std::stoi(key.substr(4))] > ups_count) {
+            return as_named + "=" + std::to_string(INI1.Group[group].UPS[std::stoi(key.substr(4))]) +
+                   ": allowed: 0, or a UPS entry in use (1.." + std::to_string(ups_count) + ")";
+        }
+        if (named(kind, "Schedule_") && INI1.Schedule[entry].UpsIndex >= ups_count) {
+            return as_named + ": allowed: a schedule whose UPS (digits 9-12) is an entry in use (0.." + std::to_string(ups_count - 1) + ")";
+        }
+        if (!named(kind, "UPS_")) continue;
+        const UpsEntry &ups = INI1.UPS[entry];
+        std::string name = as_named.substr(0, as_named.rfind('.'));
+        // The system shutdown is on exactly when its delay or its lead time is.
+        if (touched(group, kind, entry, {"SystemShutdown", "SystemShutDelayAllow", "SystemShutLeadAllow"}) &&
+            ups.SystemShutdown != (ups.SystemShutDelayAllow || ups.SystemShutLeadAllow ? 1 : 0)) {
+            return name + ".SystemShutdown=" + std::to_string(ups.SystemShutdown) + ": allowed: 1 when SystemShutDelayAllow or SystemShutLeadAllow is 1, else 0";
+        }
+        // The lead time (minutes) covers the UPS's own shutdown delay (seconds)
+        // as the UPS screen raises it: to the whole minutes of the delay.
+        if (touched(group, kind, entry, {"UPSShutdown", "SystemShutLeadAllow", "SystemShutdownLead", "UPSShutdownDelay"}) &&
+            ups.UPSShutdown && ups.SystemShutLeadAllow && ups.SystemShutdownLead < ups.UPSShutdownDelay / 60) {
+            return name + ".SystemShutdownLead=" + std::to_string(ups.SystemShutdownLead) + ": allowed: at least " +
+                   std::to_string(ups.UPSShutdownDelay / 60) + ", to cover " + name + ".UPSShutdownDelay (" +
+                   std::to_string(ups.UPSShutdownDelay) + " seconds)";
+        }
+    }
+    return "";
+}
+
+}  // namespace
 
 int run_get(const std::vector<std::string> &keys) {
     std::vector<std::string> values;
     for (const std::string &name : keys) {
         KeyRef key;
-        std::string why = resolve_key(name, key);
-        if (why.empty() && !entry_in_use(key)) why = "no such section: its entry is not in use";
-        if (!why.empty()) return complain(name + ": " + why), kRefused;
+        if (std::string why = locate_key(name, INI1, key); !why.empty()) return complain(name + ": " + why), kRefused;
         values.push_back(key_value(key));
     }
     for (const std::string &value : values) std::printf("%s\n", value.c_str());
@@ -32,59 +324,27 @@ int run_set(const std::vector<std::string> &assignments, bool dry_run) {
 }
 
 int run_changes(const std::vector<Change> &changes, bool dry_run) {
-    std::vector<std::string> lines;
+    Request request;
     for (const Change &change : changes) {
         KeyRef key;
-        std::string why = resolve_key(change.first, key);
-        // A new entry, or a new group, is in use once its first key is set.
-        if (why.empty() && key.group >= 0 && !INI1.Group[key.group].Name[0]) {
-            if (!(key.kind->name == std::string("Common") && key.first)) why = "the group is not in use: set its Common.Name first";
-        } else if (why.empty() && !entry_in_use(key) && !key.first) {
-            why = "its entry is not in use: set " + std::string(key_set(key.file, key.kind->key_set).fields[0].key) + " first";
-        }
-        if (!why.empty()) return complain(change.first + ": " + why), kRefused;
-        // A value as it stands is no change, whatever a screen would accept.
-        std::string old = key_value(key);
-        if (old == change.second && entry_in_use(key)) continue;
-        std::string allowed = check_value(key, change.second);
-        if (!allowed.empty()) return complain(key.name + "=" + change.second + ": allowed: " + allowed), kRefused;
-        if (old == change.second) continue;
-        store_value(key, change.second);
-        lines.push_back(key.name + ": " + old + " -> " + change.second);
+        std::string why = parse_key(change.first, key.name);
+        if (why.empty()) why = request.change(key, change.second);
+        std::string as_named = key.name.name.empty() ? change.first : key.name.name;  // korvel.ini left out, as everywhere
+        if (!why.empty()) return complain(as_named + (why[0] == '=' ? "" : ": ") + why), kRefused;
     }
-    // A schedule is saved from its decoded fields: decode the texts set.
-    DecodeSchedules(INI1);
-    // Rules between fields, as the screens keep them.
-    const SystemSettings &system = INI1.System;
-    bool bounds_changed = system.DataLogMin != INI.System.DataLogMin || system.DataLogMax != INI.System.DataLogMax;
-    if (bounds_changed && system.DataLogMin >= system.DataLogMax) {
-        return complain("System.DataLogMin=" + std::to_string(system.DataLogMin) + ": allowed: below System.DataLogMax (" +
-                        std::to_string(system.DataLogMax) + ")"),
-               kRefused;
-    }
-    for (int i = 0; i < kUpsEntries; ++i) {
-        const UpsEntry &ups = INI1.UPS[i], &was = INI.UPS[i];
-        if (!ups.Name[0] || std::memcmp(&ups, &was, sizeof ups) == 0) continue;
-        std::string name = ups_section(saved_ups_number(INI1, i));  // as the keys number it
-        // The system shutdown is on exactly when its delay or its lead time is.
-        if (ups.SystemShutdown != (ups.SystemShutDelayAllow || ups.SystemShutLeadAllow ? 1 : 0)) {
-            return complain(name + ".SystemShutdown=" + std::to_string(ups.SystemShutdown) +
-                            ": allowed: 1 when SystemShutDelayAllow or SystemShutLeadAllow is 1, else 0"),
-                   kRefused;
-        }
-        // The lead time (minutes) covers the UPS's own shutdown delay (seconds)
-        // as the UPS screen raises it: to the whole minutes of the delay.
-        if (ups.UPSShutdown && ups.SystemShutLeadAllow && ups.SystemShutdownLead < ups.UPSShutdownDelay / 60) {
-            return complain(name + ".SystemShutdownLead=" + std::to_string(ups.SystemShutdownLead) + ": allowed: at least " +
-                            std::to_string(ups.UPSShutdownDelay / 60) + ", to cover " + name +
-                            ".UPSShutdownDelay (" + std::to_string(ups.UPSShutdownDelay) + " seconds)"),
-                   kRefused;
-        }
+    if (std::string why = request.finish(); !why.empty()) return complain(why), kRefused;
+    // A deleted group's file would bring it back at the next start: the
+    // files after the last group in use go too.
+    std::vector<std::string> removed;
+    if (request.deleted_group) {
+        int read = static_cast<int>(groups_in_use(INI).size()), now = static_cast<int>(groups_in_use(INI1).size());
+        for (int number = now; number < read; ++number) removed.push_back(file_name(kGroupIni, number));
     }
     std::vector<std::string> written;
-    if (!dry_run && !lines.empty()) {
-        if (int status = save_changes(written)) return status;
+    if (!dry_run && !request.lines.empty()) {
+        if (int status = save_changes(written, removed)) return status;
     }
-    for (const std::string &line : lines) std::printf("%s\n", line.c_str());
+    for (const std::string &line : request.lines) std::printf("%s\n", line.c_str());
+    for (const std::string &name : removed) std::printf("%s: removed, or its group would come back\n", name.c_str());
     return kDone;
 }

@@ -5,34 +5,16 @@
 #include <cstdio>
 #include <cstring>
 
-#include "config/model_code.h"
+#include "config/codec.h"
+#include "config/defaults.h"
+#include "config/entries.h"
 #include "config/ini_reader.h"
+#include "config/language.h"
 #include "config/limits.h"
+#include "config/model_code.h"
 #include "config/record.h"
 
 namespace {
-
-// Keys name the fields of the working copy, which a save writes.
-unsigned char *group_base(int group) { return reinterpret_cast<unsigned char *>(&INI1.Group[group]); }
-unsigned char *record_base() { return reinterpret_cast<unsigned char *>(&INI1); }
-
-bool first_in_use(const SectionKind &kind, const unsigned char *entry) {
-    return entry_used(key_set(kind.file, kind.key_set), entry);
-}
-
-// The record's index of the n-th entry in use among `count`, or of the first
-// free one when n is the number in use; -1 past that.
-template <typename InUse> int nth_in_use(int n, int count, InUse in_use) {
-    int seen = 0, free = -1;
-    for (int i = 0; i < count; ++i) {
-        if (!in_use(i)) {
-            if (free < 0) free = i;
-        } else if (seen++ == n) {
-            return i;
-        }
-    }
-    return n == seen ? free : -1;
-}
 
 bool two_digits(const std::string &text, size_t at, int &number) {
     if (text.size() != at + 2 || !isdigit(static_cast<unsigned char>(text[at])) || !isdigit(static_cast<unsigned char>(text[at + 1]))) return false;
@@ -40,12 +22,21 @@ bool two_digits(const std::string &text, size_t at, int &number) {
     return true;
 }
 
+bool named(const SectionKind &kind, const char *name) { return std::strcmp(kind.name, name) == 0; }
+bool is_key(const KeyRef &key, const char *section, const char *name) {
+    return named(*key.name.kind, section) && std::strcmp(key.name.field->key, name) == 0;
+}
+
+unsigned char *group_base(ConfigRecord &record, int group) {
+    return group >= 0 ? reinterpret_cast<unsigned char *>(&record.Group[group]) : reinterpret_cast<unsigned char *>(&record);
+}
+
 }  // namespace
 
 int saved_ups_number(const ConfigRecord &record, int index) {
-    if (index < 0 || index >= kUpsEntries || !record.UPS[index].Name[0]) return -1;
+    if (index < 0 || index >= kUpsEntries || !ups_in_use(record.UPS[index])) return -1;
     int number = 0;
-    for (int i = 0; i < index; ++i) number += record.UPS[i].Name[0] != 0;
+    for (int i = 0; i < index; ++i) number += ups_in_use(record.UPS[i]);
     return number;
 }
 
@@ -85,8 +76,15 @@ std::string section_name(const SectionKind &kind, int number) {
     return name;
 }
 
-std::string resolve_key(const std::string &text, KeyRef &key) {
-    key = KeyRef();
+const SectionKind &kind_named(IniFile file, const char *name) {
+    for (int k = 0; k < kSectionKindCount; ++k) {
+        if (kSectionKinds[k].file == file && named(kSectionKinds[k], name)) return kSectionKinds[k];
+    }
+    return kSectionKinds[0];
+}
+
+std::string parse_key(const std::string &text, KeyName &key) {
+    key = KeyName();
     size_t colon = text.find(':');
     std::string file = colon == std::string::npos ? "korvel.ini" : text.substr(0, colon);
     std::string rest = colon == std::string::npos ? text : text.substr(colon + 1);
@@ -95,88 +93,185 @@ std::string resolve_key(const std::string &text, KeyRef &key) {
     std::string section = rest.substr(0, dot), name = rest.substr(dot + 1);
     int number = 0;
     if (!parse_file_name(file, key.file, number)) return "no such file: " + file;
-    if (key.file == kGroupIni) {
-        key.group = nth_in_use(number, kGroups, [](int g) { return INI1.Group[g].Name[0] != 0; });
-        if (key.group < 0) return "no such group file: groups are numbered without gaps";
-    }
+    if (key.file == kGroupIni) key.group_number = number;
     for (int k = 0; k < kSectionKindCount && !key.kind; ++k) {
         const SectionKind &kind = kSectionKinds[k];
         if (kind.file != key.file) continue;
         if (kind.slots == 1 && section == kind.name) {
             key.kind = &kind;
         } else if (kind.slots > 1 && section.compare(0, std::strlen(kind.name), kind.name) == 0 &&
-                   two_digits(section, std::strlen(kind.name), number)) {
+                   two_digits(section, std::strlen(kind.name), key.number)) {
             key.kind = &kind;
-            unsigned char *base = (key.group >= 0 ? group_base(key.group) : record_base()) + kind.base;
-            key.entry = !kind.compact ? (number < kind.entries ? number : -1)
-                                      : nth_in_use(number, kind.entries, [&](int i) { return first_in_use(kind, base + i * kind.entry_size); });
-            if (key.entry < 0) return "no such section: " + section + (kind.compact ? " (entries are numbered without gaps)" : "");
+            if (key.number >= kind.entries) return "no such section: " + section;
         }
     }
     if (!key.kind) return "no such section in " + file + ": " + section;
     const KeySet &keys = key_set(key.file, key.kind->key_set);
     for (int slot = 0; slot < keys.count; ++slot) {
-        if (name == keys.fields[slot].key) key.field = &keys.fields[slot], key.first = slot == 0;
+        if (name == keys.fields[slot].key) key.field = &keys.fields[slot];
     }
     if (!key.field) return "no such key in [" + section + "]: " + name;
-    key.where = (key.group >= 0 ? group_base(key.group) : record_base()) + key.kind->base +
-                static_cast<size_t>(key.entry) * key.kind->entry_size + key.field->offset;
     key.name = (key.file == kKorvelIni ? "" : file + ":") + section + "." + name;
     return "";
 }
 
-bool entry_in_use(const KeyRef &key) {
-    if (key.group >= 0 && !INI1.Group[key.group].Name[0]) return false;
-    if (!key.kind->compact) return true;
-    return first_in_use(*key.kind, key.where - key.field->offset);
+bool compact(const KeyName &key) { return key.kind->compact; }
+
+std::string section_of(const KeyName &key) { return key.name.substr(0, key.name.rfind('.')); }
+
+std::vector<int> groups_in_use(const ConfigRecord &record) {
+    std::vector<int> groups;
+    for (int g = 0; g < kGroups; ++g) {
+        if (group_in_use(record.Group[g])) groups.push_back(g);
+    }
+    return groups;
+}
+
+unsigned char *entry_at(ConfigRecord &record, const SectionKind &kind, int group, int entry) {
+    return group_base(record, group) + kind.base + static_cast<size_t>(entry) * kind.entry_size;
+}
+
+bool entry_in_use(const ConfigRecord &record, const SectionKind &kind, int group, int entry) {
+    if (!kind.compact) return true;
+    const unsigned char *at = entry_at(const_cast<ConfigRecord &>(record), kind, group, entry);
+    // A schedule is written for its action, not for its text.
+    if (named(kind, "Schedule_")) return schedule_in_use(*reinterpret_cast<const ScheduleEntry *>(at));
+    return entry_used(key_set(kind.file, kind.key_set), at);
+}
+
+std::vector<int> entries_in_use(const ConfigRecord &record, const SectionKind &kind, int group) {
+    std::vector<int> entries;
+    for (int i = 0; i < kind.entries; ++i) {
+        if (entry_in_use(record, kind, group, i)) entries.push_back(i);
+    }
+    return entries;
+}
+
+void place_key(KeyRef &key, ConfigRecord &record, int group, int entry) {
+    key.group = group;
+    key.entry = entry;
+    key.where = entry_at(record, *key.name.kind, group, entry) + key.name.field->offset;
+}
+
+std::string locate_key(const std::string &text, ConfigRecord &record, KeyRef &key) {
+    key = KeyRef();
+    if (std::string why = parse_key(text, key.name); !why.empty()) return why;
+    int group = -1, entry = key.name.number;
+    if (key.name.file == kGroupIni) {
+        std::vector<int> groups = groups_in_use(record);
+        if (key.name.group_number >= static_cast<int>(groups.size())) return "no such group file: groups are numbered without gaps";
+        group = groups[key.name.group_number];
+    }
+    if (compact(key.name)) {
+        std::vector<int> entries = entries_in_use(record, *key.name.kind, group);
+        if (entry >= static_cast<int>(entries.size())) return "no such section: " + section_of(key.name) + " is not in use";
+        entry = entries[entry];
+    }
+    place_key(key, record, group, entry);
+    return "";
 }
 
 std::string key_value(const KeyRef &key) {
-    if (key.field->kind == FieldKind::Text) {
-        const char *text = reinterpret_cast<const char *>(key.where);
-        return std::string(text, strnlen(text, key.field->width));
+    const Field &field = *key.name.field;
+    if (is_key(key, "Schedule_", "Data")) {
+        char text[sizeof ScheduleEntry::Data];
+        EncodeSchedule(*reinterpret_cast<const ScheduleEntry *>(key.where - field.offset), text);
+        return text;
     }
-    return std::to_string(field_number(key.where, key.field->width));
+    const SaveDefault *instead = save_default(key.name.kind->name, field.key);
+    if (field.kind == FieldKind::Text) {
+        const char *text = reinterpret_cast<const char *>(key.where);
+        std::string value(text, strnlen(text, field.width));
+        return value.empty() && instead ? instead->value.text : value;
+    }
+    unsigned number = field_number(key.where, field.width);
+    return std::to_string(number == 0 && instead ? instead->value.number : number);
 }
 
-std::string check_value(const KeyRef &key, const std::string &value) {
-    const Field &field = *key.field;
+std::string canonical_value(const KeyRef &key, const std::string &value, std::string &canonical) {
+    const Field &field = *key.name.field;
+    canonical = value;
+    if (is_key(key, "Schedule_", "Data")) {
+        if (value.empty()) return "";
+        if (value.size() != 18 || value.find_first_not_of("0123456789ABCDEFabcdef") != std::string::npos) {
+            return "18 hexadecimal digits: start time, UPS, action, period, day";
+        }
+        for (char &c : canonical) c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
+        return "";
+    }
     if (field.kind == FieldKind::Text) {
         if (value.size() > field.width - 1u) return "a text of at most " + std::to_string(field.width - 1) + " characters";
         for (unsigned char c : value) {
             if (c == '"' || c < 0x20 || c == 0x7f) return "a text without double quotes or control characters";
         }
-        bool model = (key.kind->name == std::string("System") && value.size() && std::strcmp(field.key, "KeyCode") == 0) ||
-                     (key.kind->name == std::string("UPS_") && std::strcmp(field.key, "Type") == 0);
-        if (model && !FindUpsModelTxt(value.c_str(), value.size())) return "a valid UPS model code";
-        if (key.kind->name == std::string("Schedule_") && (value.size() != 18 || value.find_first_not_of("0123456789ABCDEFabcdef") != std::string::npos)) {
-            return "18 hexadecimal digits: start time, UPS, action, period, day";
+        const SaveDefault *instead = save_default(key.name.kind->name, field.key);
+        if (value.empty() && instead) canonical = instead->value.text;
+        return "";
+    }
+    if (value.empty() || value.find_first_not_of("0123456789") != std::string::npos) return "a number";
+    size_t digits = std::min(value.find_first_not_of('0'), value.size() - 1);
+    canonical = value.substr(digits);
+    if (canonical.size() > 5) canonical = "99999";  // out of every range; the check says which
+    return "";
+}
+
+std::string check_value(const KeyRef &key, const std::string &canonical) {
+    const Field &field = *key.name.field;
+    const SectionKind &kind = *key.name.kind;
+    if (field.kind == FieldKind::Text) {
+        bool model = (named(kind, "System") && !canonical.empty() && std::strcmp(field.key, "KeyCode") == 0) ||
+                     (named(kind, "UPS_") && std::strcmp(field.key, "Type") == 0);
+        if (model && !FindUpsModelTxt(canonical.c_str(), canonical.size())) return "a valid UPS model code";
+        if (!is_key(key, "Schedule_", "Data") || canonical.empty()) return "";
+        // What the schedule screens can make: an action they offer, a known
+        // timing, a weekday or a day of the month they accept.
+        ScheduleEntry entry{};
+        std::memcpy(entry.Data, canonical.data(), canonical.size());
+        DecodeSchedule(entry);
+        if (entry.Action > kPanelTest) return "a schedule whose action (digits 13-14) is 00 to 06";
+        if (entry.Period < kOnce || entry.Period > kMonthly) return "a schedule whose period (digits 15-16) is 01 to 04";
+        const NumberRange &days = range_of(Limit::ScheduleDay);
+        if ((entry.Period == kWeekly && entry.PeriodDay > 6) ||
+            (entry.Period == kMonthly && (entry.PeriodDay < days.low || entry.PeriodDay > days.high))) {
+            return "a schedule whose day (digits 17-18) is a weekday 00 to 06 when weekly, a day of the month 01 to 1F (hexadecimal) when monthly";
         }
         return "";
     }
     unsigned low = 0, high = field.width == 1 || field.kind == FieldKind::Switch ? 255 : 65535;
     if (field.kind == FieldKind::Switch) high = 1;
-    const FieldLimit *limit = find_limit(key.kind->name, field.key);
+    const FieldLimit *limit = find_limit(kind.name, field.key);
     if (limit) low = limit->range.low, high = limit->range.high;
     std::string range = limit && limit->allowed ? std::string("one of ") + limit->allowed : std::to_string(low) + ".." + std::to_string(high);
-    if (value.empty() || value.size() > 5 || value.find_first_not_of("0123456789") != std::string::npos) return range;
-    unsigned number = static_cast<unsigned>(std::stoul(value));
+    unsigned number = static_cast<unsigned>(std::stoul(canonical));
     if (number < low || number > high || (limit && !within(*limit, number))) return range;
+    if (limit && limit->name == Limit::Language && !language_loadable(static_cast<int>(number))) {
+        return "a language whose file lang_NN.ini in this directory has the editor's texts";
+    }
     // A value Korvel reads as another (the Shutdown of job-status jobs and of
     // most odd jobs) would be written and then not be what it says.
-    unsigned read = ReadNumber(*key.kind, key.entry, field, value.c_str());
-    if (read != number) return std::to_string(read) + ", which is how Korvel reads " + value + " here";
+    unsigned read = ReadNumber(kind, key.entry, field, canonical.c_str());
+    if (read != number) return std::to_string(read) + ", which is how Korvel reads " + canonical + " here";
     return "";
 }
 
-void store_value(const KeyRef &key, const std::string &value) {
-    if (key.field->kind == FieldKind::Text) {
-        std::memset(key.where, 0, key.field->width);
-        std::memcpy(key.where, value.data(), value.size());
+bool undefines(const KeyRef &key, const std::string &canonical) {
+    const KeyName &name = key.name;
+    if (name.file == kGroupIni && named(*name.kind, "Common")) return std::strcmp(name.field->key, "Name") == 0 && canonical.empty();
+    if (!compact(name) || name.field != &key_set(name.file, name.kind->key_set).fields[0]) return false;
+    if (is_key(key, "Schedule_", "Data")) return canonical.empty() || canonical.compare(12, 2, "00") == 0;
+    return canonical.empty() || canonical == "0";
+}
+
+void store_value(const KeyRef &key, const std::string &canonical) {
+    const Field &field = *key.name.field;
+    if (field.kind == FieldKind::Text) {
+        std::memset(key.where, 0, field.width);
+        std::memcpy(key.where, canonical.data(), canonical.size());
+        if (is_key(key, "Schedule_", "Data")) DecodeSchedule(*reinterpret_cast<ScheduleEntry *>(key.where - field.offset));
         return;
     }
-    uint16_t number = static_cast<uint16_t>(std::stoul(value));
-    if (key.field->width == 1) {
+    uint16_t number = static_cast<uint16_t>(std::stoul(canonical));
+    if (field.width == 1) {
         *key.where = static_cast<unsigned char>(number);
     } else {
         std::memcpy(key.where, &number, sizeof number);

@@ -1,51 +1,84 @@
 // One key of Korvel's files as corvanectl names it, [FILE:]SECTION.KEY
 // ("System.Name", "jobs.ini:Job_05.ExecuteDelay", "group_01.ini:Event_03.Type1"),
-// and its value in the record, read and changed with the rules the editor's
+// and its value in a record, read and checked with the rules the editor's
 // screens enforce.
 //
 // Entry numbers are those the files carry after a save: in a series whose
-// unused entries are not written (UPS_, Email_, Event_ ...) and among the
-// group files, the n-th entry in use. The number one past the last in use
-// names the first free entry, so that a new one can be added; it is in use
-// once its first key (a name, a schedule text, a first condition) is set.
+// unused entries are not written (UPS_, Email_, Schedule_, Event_ ...) and
+// among the group files, the n-th entry in use. The number one past the last
+// in use names a new entry.
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "config/fields.h"
 
 struct ConfigRecord;
 
-struct KeyRef {
+// A key as named, before it is looked up in a record.
+struct KeyName {
     IniFile file = kKorvelIni;
-    int group = -1;  // the record's group, for a group file
+    int group_number = -1;  // a group file's number
     const SectionKind *kind = nullptr;
-    int entry = 0;  // the record's entry of the kind
+    int number = 0;  // the section's number in a series
     const Field *field = nullptr;
-    bool first = false;  // the key that puts its entry in use
-    unsigned char *where = nullptr;  // the field in the working copy INI1
     std::string name;  // as "[FILE:]SECTION.KEY", the file left out for korvel.ini
 };
 
-// Finds `text` in the working copy INI1. "" or why it names no key.
-std::string resolve_key(const std::string &text, KeyRef &key);
-// Whether the entry (or the group) `key` names is in use.
-bool entry_in_use(const KeyRef &key);
-// The value as the files hold it: a text without quotes, a number in decimal.
+// The section kind `name` of `file` ("UPS_" of korvel.ini ...).
+const SectionKind &kind_named(IniFile file, const char *name);
+// Parses `text`. "" or why it names no key.
+std::string parse_key(const std::string &text, KeyName &key);
+// Whether the key's section is a series numbered as a save writes it.
+bool compact(const KeyName &key);
+// The section of the key's entry as named ("[FILE:]SECTION").
+std::string section_of(const KeyName &key);
+
+// The record's groups in use, in order; and the entries of `kind` in use in
+// group `group` (-1 outside the group files), in order.
+std::vector<int> groups_in_use(const ConfigRecord &record);
+std::vector<int> entries_in_use(const ConfigRecord &record, const SectionKind &kind, int group);
+bool entry_in_use(const ConfigRecord &record, const SectionKind &kind, int group, int entry);
+unsigned char *entry_at(ConfigRecord &record, const SectionKind &kind, int group, int entry);
+
+// A key placed in one entry of a record.
+struct KeyRef {
+    KeyName name;
+    int group = -1;  // the record's group, for a group file
+    int entry = 0;   // the record's entry of the kind
+    unsigned char *where = nullptr;
+};
+
+// Finds `text` in `record` as its files number it now. "" or why not.
+std::string locate_key(const std::string &text, ConfigRecord &record, KeyRef &key);
+// Places a parsed key in entry `entry` of group `group` of `record`.
+void place_key(KeyRef &key, ConfigRecord &record, int group, int entry);
+
+// The value as a save writes it and Korvel then reads it: a text without
+// quotes, a number in decimal, the writer's default for an empty value, a
+// schedule as its text.
 std::string key_value(const KeyRef &key);
-// Checks `value` for `key` against the field and the range its screen
-// accepts. "" when it may be stored, else the values allowed.
-std::string check_value(const KeyRef &key, const std::string &value);
-// Stores a checked value.
-void store_value(const KeyRef &key, const std::string &value);
-// The name of section `index` of a file's kind ("System", "UPS_03"), numbered
-// as after a save.
-std::string section_name(const SectionKind &kind, int number);
+// Checks the form of `value` for `key`'s field and gives the value as
+// key_value would show it once stored. "" when the form is right, else the
+// values allowed.
+std::string canonical_value(const KeyRef &key, const std::string &value, std::string &canonical);
+// Checks a canonical value against the range the screens allow and the way
+// Korvel reads it. "" when it may be stored, else the values allowed.
+std::string check_value(const KeyRef &key, const std::string &canonical);
+// Whether storing `canonical` would take the key's entry out of use: an
+// emptied name, a schedule without action, an event without condition.
+bool undefines(const KeyRef &key, const std::string &canonical);
+// Stores a checked canonical value.
+void store_value(const KeyRef &key, const std::string &canonical);
+
 // The number a save gives UPS entry `index` of `record` (the entries in
 // use counted from 0), or -1 for an entry not in use; and the section name
 // "UPS_nn" of a number.
 int saved_ups_number(const ConfigRecord &record, int index);
 std::string ups_section(int number);
+// The name of a section of a series by its number ("UPS_03"), or of a single one.
+std::string section_name(const SectionKind &kind, int number);
 
 // The files in the order Korvel reads them and a save writes them.
 constexpr IniFile kReadingOrder[] = {kKorvelIni, kJobsIni, kJobsStsIni, kGroupIni, kSensorIni};

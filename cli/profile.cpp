@@ -16,7 +16,7 @@ int run_profile(const std::string &action, const std::string &group_name, const 
     std::string key = group_name.find(".ini") != std::string::npos ? group_name : "group_" + group_name + ".ini";
     KeyRef ref;
     int group = -1;
-    if (resolve_key(key + ":Common.Name", ref).empty() && entry_in_use(ref)) group = ref.group;
+    if (locate_key(key + ":Common.Name", INI1, ref).empty()) group = ref.group;
     for (int g = 0; g < kGroups && group < 0; ++g) {
         const GroupEntry &entry = INI1.Group[g];
         if (entry.Name[0] && group_name == std::string(entry.Name, strnlen(entry.Name, sizeof entry.Name))) group = g;

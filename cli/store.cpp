@@ -4,7 +4,9 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <unistd.h>
 #include <algorithm>
 #include <map>
 #include <memory>
@@ -50,7 +52,49 @@ int load_directory(const std::string &directory, bool lock, int files) {
     return kDone;
 }
 
-int save_changes(std::vector<std::string> &written) {
+namespace {
+
+char staged_directory[4096];
+std::vector<std::string> staged_names;  // read from staged_directory; absent there when removed
+
+const char *staged_or_program(const char *name) {
+    bool staged = std::find(staged_names.begin(), staged_names.end(), name) != staged_names.end();
+    return staged ? staged_directory : ProgramDir;
+}
+
+// What Korvel reads once the texts `wanted` (all when null) are written and
+// the files `removed` are gone, the other files as they are. False when that
+// cannot be told.
+bool read_after(const FileTexts &texts, const bool *wanted, const std::vector<std::string> &removed, ConfigRecord &read) {
+    const char *temporary = std::getenv("TMPDIR");
+    std::snprintf(staged_directory, sizeof staged_directory, "%s/corvanectl.XXXXXX", temporary && *temporary ? temporary : "/tmp");
+    if (!mkdtemp(staged_directory)) return false;
+    std::strcat(staged_directory, "/");
+    staged_names = removed;
+    bool staged = true;
+    for (int i = 0; i < texts.count && staged; ++i) {
+        if (wanted && !wanted[i]) continue;
+        staged_names.push_back(texts.file[i].name);
+        std::FILE *file = std::fopen((staged_directory + staged_names.back()).c_str(), "wb");
+        staged = file && std::fwrite(texts.file[i].bytes, 1, texts.file[i].size, file) == texts.file[i].size;
+        if (file) staged = std::fclose(file) == 0 && staged;
+    }
+    // The reader reads into INI and copies it to INI1: both are ours again after.
+    static auto as_read = std::make_unique<ConfigRecord>(), working = std::make_unique<ConfigRecord>();
+    *as_read = INI;
+    *working = INI1;
+    staged = staged && LoadINIFilesFrom(5, staged_or_program) == 0;
+    read = INI;
+    INI = *as_read;
+    INI1 = *working;
+    for (const std::string &name : staged_names) std::remove((staged_directory + name).c_str());
+    rmdir(staged_directory);
+    return staged;
+}
+
+}  // namespace
+
+int save_changes(std::vector<std::string> &written, const std::vector<std::string> &removed) {
     // A file changed by hand while we read and checked is not overwritten.
     for (int i = 0; i < kWatchedFiles; ++i) {
         if (file_changed(ProgramDir, i)) return complain(std::string(kWatchedNames[i]) + " changed on disk meanwhile: nothing written"), kRefused;
@@ -62,6 +106,7 @@ int save_changes(std::vector<std::string> &written) {
     if (!error && (error = ProduceINI(INI1, after)) != 0) FreeTexts(before);
     if (error) return complain(std::string("saving failed: ") + std::strerror(error) + "; no file changed"), kRefused;
     bool wanted[kSavedFiles];
+    bool every = true;
     for (int i = 0; i < after.count; ++i) {
         const FileText &text = after.file[i];
         wanted[i] = true;
@@ -69,9 +114,16 @@ int save_changes(std::vector<std::string> &written) {
             const FileText &old = before.file[k];
             if (std::strcmp(old.name, text.name) == 0) wanted[i] = old.size != text.size || std::memcmp(old.bytes, text.bytes, text.size) != 0;
         }
+        every = every && wanted[i];
+    }
+    FreeTexts(before);
+    if (!every) {
+        static auto some = std::make_unique<ConfigRecord>(), all = std::make_unique<ConfigRecord>();
+        bool same = read_after(after, wanted, removed, *some) && read_after(after, nullptr, removed, *all) &&
+                    std::memcmp(some.get(), all.get(), sizeof(ConfigRecord)) == 0;
+        if (!same) std::fill(wanted, wanted + after.count, true);
     }
     error = WriteTexts(after, wanted);
-    FreeTexts(before);
     FreeTexts(after);
     if (!error) INI = INI1;
     for (const char *name = SavedFiles; *name;) {
@@ -83,6 +135,11 @@ int save_changes(std::vector<std::string> &written) {
         complain(std::string("saving failed: ") + std::strerror(error) +
                  (*SavedFiles ? std::string("; written: ") + SavedFiles + "; not written: " + UnsavedFiles : "; no file changed"));
         return kRefused;
+    }
+    for (const std::string &name : removed) {
+        if (std::remove((ProgramDir + name).c_str()) != 0 && errno != ENOENT) {
+            return complain("saving failed: " + name + ": " + std::strerror(errno) + "; every other file is written"), kRefused;
+        }
     }
     return kDone;
 }

@@ -21,10 +21,14 @@ int load_directory(const std::string &directory, bool lock, int files = 5);
 int files_for(const std::vector<std::string> &keys);
 
 // Writes the files whose text differs between the record as read (INI) and
-// the working copy (INI1), through the editor's two-phase save; INI then
-// takes the working copy. kDone or kRefused with the
-// reason said; `written` gets the names of the files written.
-int save_changes(std::vector<std::string> &written);
+// the working copy (INI1), through the editor's two-phase save, and then
+// removes the files `removed` names; INI then takes the working copy. Where
+// Korvel would read a file left as it is differently after the others
+// change (a key before its first header goes to the section the file before
+// it ends in), every file is written, as the editor's save does. kDone or
+// kRefused with the reason said; `written` gets the names of the files
+// written.
+int save_changes(std::vector<std::string> &written, const std::vector<std::string> &removed = {});
 
 // Stores in the working copy the defaults a save stores (an empty serial device,
 // a zero mail port ...), writing nothing.

@@ -27,19 +27,29 @@ static void schedule_bytes(const ScheduleEntry &entry, unsigned char bytes[9]) {
     bytes[8] = entry.PeriodDay;
 }
 
+void DecodeSchedule(ScheduleEntry &entry) {
+    // A text shorter than 18 digits decodes the rest from the zeros after
+    // it; the field is 20 bytes, so this stays inside it.
+    unsigned char b[9];
+    for (int i = 0; i < 9; ++i) b[i] = get_hex(entry.Data + 2 * i);
+    entry.StartTime = static_cast<uint32_t>(b[0]) << 24 | static_cast<uint32_t>(b[1]) << 16 |
+                      static_cast<uint32_t>(b[2]) << 8 | b[3];
+    entry.UpsIndex = static_cast<uint16_t>(b[4] << 8 | b[5]);
+    entry.Action = b[6];
+    entry.Period = b[7];
+    entry.PeriodDay = b[8];
+}
+
+void EncodeSchedule(const ScheduleEntry &entry, char (&text)[sizeof ScheduleEntry::Data]) {
+    unsigned char b[9];
+    schedule_bytes(entry, b);
+    std::memset(text, 0, sizeof text);
+    for (int i = 0; i < 9; ++i) std::snprintf(text + 2 * i, 3, "%02X", b[i]);
+}
+
 void DecodeSchedules(ConfigRecord &record) {
     for (ScheduleEntry &entry : record.Schedule) {
-        if (!entry.Data[0]) continue;
-        // A text shorter than 18 digits decodes the rest from the zeros
-        // after it; the field is 20 bytes, so this stays inside it.
-        unsigned char b[9];
-        for (int i = 0; i < 9; ++i) b[i] = get_hex(entry.Data + 2 * i);
-        entry.StartTime = static_cast<uint32_t>(b[0]) << 24 | static_cast<uint32_t>(b[1]) << 16 |
-                          static_cast<uint32_t>(b[2]) << 8 | b[3];
-        entry.UpsIndex = static_cast<uint16_t>(b[4] << 8 | b[5]);
-        entry.Action = b[6];
-        entry.Period = b[7];
-        entry.PeriodDay = b[8];
+        if (entry.Data[0]) DecodeSchedule(entry);
     }
 }
 
@@ -47,12 +57,8 @@ void EncodeSchedules(ConfigRecord &record) {
     for (ScheduleEntry &entry : record.Schedule) {
         if (entry.Action == kActionUnused) {
             std::memset(&entry, 0, sizeof entry);
-            continue;
+        } else {
+            EncodeSchedule(entry, entry.Data);
         }
-        unsigned char b[9];
-        schedule_bytes(entry, b);
-        char text[sizeof entry.Data] = {};
-        for (int i = 0; i < 9; ++i) std::snprintf(text + 2 * i, 3, "%02X", b[i]);
-        std::memcpy(entry.Data, text, sizeof entry.Data);
     }
 }

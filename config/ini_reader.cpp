@@ -213,9 +213,11 @@ int EncodeINIFile(int file, const char *path) {
     return 0;
 }
 
+static const char *(*directory_of)(const char *name) = nullptr;
+
 static int load_file(int file, const char *name) {
     char path[kProgramDirSize + 32];
-    std::snprintf(path, sizeof path, "%s%s", ProgramDir, name);
+    std::snprintf(path, sizeof path, "%s%s", directory_of ? directory_of(name) : ProgramDir, name);
     return EncodeINIFile(file, path);
 }
 
@@ -247,8 +249,16 @@ int LoadGroupsINI() {
 
 int LoadINI() { return LoadINIFiles(5); }
 
+int LoadINIFilesFrom(int count, const char *(*directory)(const char *name)) {
+    directory_of = directory;
+    int result = LoadINIFiles(count);
+    directory_of = nullptr;
+    return result;
+}
+
 int LoadINIFiles(int count) {
     std::memset(&INI, 0, sizeof INI);
+    actual_section = 255;  // Korvel reads every start afresh
     UnreadableError = 0;
     int result = LoadKorvelINI();
     if (result == 1) {

@@ -28,6 +28,9 @@ int LoadINI();
 // (korvel.ini, jobs.ini, jobsSTS.ini, the group files, sensor.ini): what a
 // later file says cannot change what an earlier one is read as.
 int LoadINIFiles(int count);
+// The same with each file read from the directory `directory` gives for its
+// name (ending in "/"): what Korvel would read from a mix of files.
+int LoadINIFilesFrom(int count, const char *(*directory)(const char *name));
 int LoadKorvelINI();
 int LoadJobsINI();
 int LoadJobsSTSINI();

@@ -62,41 +62,60 @@ static void read_texts(FILE *file) {
     }
 }
 
-int LoadText(int kind, int language) {
+// Opens language file `language` of program `kind` at the line after its
+// section header, keeping the version the lines before it give. Null with
+// `result` 1 when the file cannot be opened, 2 when it has no such section.
+static FILE *open_section(int kind, int language, char *path, size_t size, int &result, char *version) {
     const char *header = section_header(kind);
-    char path[kProgramDirSize + 32];
-    language_path(path, sizeof path, kind, language);
+    language_path(path, size, kind, language);
     int error = 0;
     FILE *file = open_regular(path, &error);
     if (!file) {
         note_unreadable(path, error);
+        result = 1;
+        return nullptr;
+    }
+    version[0] = '\0';
+    char line[300];
+    while (header && std::fgets(line, sizeof line, file)) {
+        strip_line_end(line);
+        if (std::strcmp(line, header) == 0) return file;
+        if (std::strncmp(line, "Version:", 8) == 0 && std::strlen(line) > 9) {
+            const char *text = line + 8;
+            if (*text == ' ') ++text;
+            copy_text(version, text, sizeof LangFileVersion - 1);
+        }
+    }
+    note_unreadable(path, kNoSection);
+    std::fclose(file);
+    result = 2;
+    return nullptr;
+}
+
+bool language_loadable(int language) {
+    char path[kProgramDirSize + 32], version[sizeof LangFileVersion];
+    int result = 0;
+    FILE *file = open_section(kCorvane, language, path, sizeof path, result, version);
+    if (file) std::fclose(file);
+    return file != nullptr;
+}
+
+int LoadText(int kind, int language) {
+    char path[kProgramDirSize + 32], version[sizeof LangFileVersion];
+    int result = 0;
+    FILE *file = open_section(kind, language, path, sizeof path, result, version);
+    if (result == 1) {
         char message[sizeof path + 32];
         std::snprintf(message, sizeof message, "\n\rCannot open file %s ", path);
         printfc(message);
         return 1;
     }
-
-    LangFileVersion[0] = '\0';
-    bool found = false;
-    char line[300];
-    while (header && std::fgets(line, sizeof line, file)) {
-        strip_line_end(line);
-        if (std::strcmp(line, header) == 0) {
-            found = true;
-            break;
-        }
-        if (std::strncmp(line, "Version:", 8) == 0 && std::strlen(line) > 9) {
-            const char *version = line + 8;
-            if (*version == ' ') ++version;
-            copy_text(LangFileVersion, version, sizeof LangFileVersion - 1);
-        }
-    }
-    if (!found) {
+    copy_text(LangFileVersion, version, sizeof LangFileVersion - 1);
+    if (result == 2) {
+        const char *header = section_header(kind);
         char message[64];
         std::snprintf(message, sizeof message, "\n\rCannot found section %s ", header ? header : "");
         printfc(message);
-        note_unreadable(path, kNoSection);
-        std::fclose(file);
         return 2;
     }
 

@@ -1,6 +1,6 @@
 #include "config/limits.h"
 
-#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "config/record.h"
@@ -29,7 +29,7 @@ constexpr FieldLimit kLimits[] = {
     {Limit::GroupUpsDelay, "Common", "UPSShutdownDelay", {0, 65535}, nullptr},
     {Limit::QualifierCount, nullptr, nullptr, {0, 8}, nullptr},
     {Limit::ScheduleDay, nullptr, nullptr, {1, 31}, nullptr},
-    {Limit::Language, "System", "Language", {0, 9}, nullptr},
+    {Limit::Language, "System", "Language", {0, 31}, nullptr},  // and only a language whose file can be loaded
     {Limit::EventLog, "System", "EventLog", {0, 1}, nullptr},
     {Limit::DataLog, "System", "DataLog", {0, 1}, nullptr},
     {Limit::EnabledGroups, "System", "EnabledGroups", {0, 1}, nullptr},
@@ -54,9 +54,11 @@ constexpr FieldLimit kLimits[] = {
     {Limit::GroupSystem, "Common", "AllowedSystemShutdown", {0, 1}, nullptr},
     {Limit::GroupUps, "Common", "AllowedUPSShutdown", {0, 1}, nullptr},
     {Limit::GroupReboot, "Common", "AllowedUPSReboot", {0, 1}, nullptr},
+    {Limit::GroupRedundancy, "Common", "RedundancyLevel", {0, 3}, nullptr},
     {Limit::GroupMember, "UPS", "*", {0, kUpsEntries}, nullptr},  // UPS entry n - 1, 0 none
-    {Limit::EventType, "Event_", "Type*", {0, 255}, nullptr},      // conditions and their qualifiers keep 8 bits
-    {Limit::EventPriority, "Event_", "Priority*", {0, 255}, nullptr},
+    {Limit::EventType, "Event_", "Type*", {0, 24}, nullptr},       // 0 an empty slot, 1-22 the jobs' events, 23 and 24 the group's
+    // A count in the first or second form, or the third or fourth form.
+    {Limit::EventPriority, "Event_", "Priority*", {0, 255}, "0-8, 100-108, 254, 255"},
     {Limit::MailPort, "EmailConfig", "Port", {1, 65535}, nullptr},
     {Limit::MailTimeout, "EmailConfig", "Timeout", {1, 255}, nullptr},
     {Limit::ViewerDevice, "BriskenModemConfig", "DeviceNo", {1, 65535}, nullptr},
@@ -93,11 +95,13 @@ const FieldLimit *find_limit(const char *section, const char *key) {
 bool within(const FieldLimit &limit, unsigned value) {
     if (value < limit.range.low || value > limit.range.high) return false;
     if (!limit.allowed) return true;
-    char text[16];
-    std::snprintf(text, sizeof text, "%u", value);
-    for (const char *at = limit.allowed; (at = std::strstr(at, text)) != nullptr; ++at) {
-        size_t length = std::strlen(text);
-        if ((at == limit.allowed || at[-1] == ' ') && (at[length] == ',' || at[length] == '\0')) return true;
+    // A list of single values and ranges: "0, 2, 3, 5", "0-8, 254".
+    for (const char *at = limit.allowed; *at;) {
+        char *end = nullptr;
+        unsigned long low = std::strtoul(at, &end, 10), high = low;
+        if (*end == '-') high = std::strtoul(end + 1, &end, 10);
+        if (value >= low && value <= high) return true;
+        at = end + std::strspn(end, ", ");
     }
     return false;
 }

@@ -24,7 +24,7 @@ enum class Limit : uint8_t {
     NetworkServer, NetworkHttp,
     ModemAllowed, ModemIncoming, SmsAllowed, SmsType, WapAllowed,
     UpsConnection, UpsSystemShutdown, UpsDelayAllow, UpsLeadAllow, UpsShutdown,
-    GroupBattery, GroupSystem, GroupUps, GroupReboot,
+    GroupBattery, GroupSystem, GroupUps, GroupReboot, GroupRedundancy,
     GroupMember, EventType, EventPriority,
     // 0 is no value there: a save writes the default (25, 5, 1, 9200) instead.
     MailPort, MailTimeout, ViewerDevice, WapPort,
@@ -36,7 +36,7 @@ struct FieldLimit {
     const char *section;  // a section's name, a series' prefix ("UPS_"), or null for a value no key holds as entered
     const char *key;      // a key, or "*Delay" for every key ending so, "Type*" for every key beginning so
     NumberRange range;
-    const char *allowed;  // the single values allowed, when not all of the range are ("0, 2, 3, 5")
+    const char *allowed;  // the values allowed, when not all of the range are: "0, 2, 3, 5", "0-8, 254"
 };
 
 // The row of `name`.

@@ -142,7 +142,11 @@ void group_param(int group) {
             delete_group(entry);
             break;
         case kName: enter_text(LangText[49], entry.Name, sizeof entry.Name); break;
-        case kRedundancy: entry.RedundancyLevel = static_cast<uint8_t>(entry.RedundancyLevel >= 3 ? 0 : entry.RedundancyLevel + 1); break;
+        case kRedundancy: {
+            unsigned highest = range_of(Limit::GroupRedundancy).high;
+            entry.RedundancyLevel = static_cast<uint8_t>(entry.RedundancyLevel >= highest ? 0 : entry.RedundancyLevel + 1);
+            break;
+        }
         case kBatterySwitch: entry.AllowedBatteryShutdown = toggled(entry.AllowedBatteryShutdown); break;
         case kBatteryRuntime:
             entry.BatteryRuntimeShutdown = enter_limited(LangText[153], entry.BatteryRuntimeShutdown, range_of(Limit::GroupBatteryRuntime));
