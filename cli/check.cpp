@@ -16,6 +16,7 @@
 #include "cli/commands.h"
 #include "cli/keys.h"
 #include "cli/store.h"
+#include "config/entries.h"
 #include "config/fields.h"
 #include "config/ini_reader.h"
 #include "config/record.h"
@@ -99,7 +100,7 @@ void warn(std::pair<std::string, int> where, const std::string &message) {
 }
 
 void check_record() {
-    int kUpsSlot = 0, kScheduleSlot = 0;
+    int kUpsSlot = 0, kScheduleSlot = 0, kEventSlot = kind_named(kGroupIni, "Event_").first_slot;
     for (int k = 0; k < kSectionKindCount; ++k) {
         if (kSectionKinds[k].file != kKorvelIni) continue;
         if (std::strcmp(kSectionKinds[k].name, "UPS_") == 0) kUpsSlot = kSectionKinds[k].first_slot;
@@ -115,6 +116,14 @@ void check_record() {
         const UpsEntry &ups = INI.UPS[i];
         if (!ups.Name[0]) continue;
         if (!FindUpsModelTxt(ups.Type, sizeof ups.Type)) warn(line_of(kKorvelIni, -1, kUpsSlot + i, "Type"), "not a valid UPS model code: Type");
+        if (!ups_shutdown_consistent(ups)) {
+            warn(line_of(kKorvelIni, -1, kUpsSlot + i, "SystemShutdown"),
+                 "SystemShutdown is not 1 exactly when SystemShutDelayAllow or SystemShutLeadAllow is, as the UPS screen keeps it");
+        }
+        if (!ups_lead_covers_delay(ups)) {
+            warn(line_of(kKorvelIni, -1, kUpsSlot + i, "SystemShutdownLead"), "SystemShutdownLead (minutes) does not cover UPSShutdownDelay (" +
+                 std::to_string(ups.UPSShutdownDelay) + " seconds), as the UPS screen raises it to");
+        }
         if (ups.Connection == 1 || ups.Connection == 4 || ups.Connection >= 6) {
             warn(line_of(kKorvelIni, -1, kUpsSlot + i, "Connection"),
                  "connection kind " + std::to_string(ups.Connection) + " is none the UPS connection screen can set or leave");
@@ -137,6 +146,14 @@ void check_record() {
         const GroupEntry &group = INI.Group[g];
         if (!group.Name[0]) continue;
         ++in_use;
+        for (int e = 0; e < kGroupEvents; ++e) {
+            const GroupEvent &event = group.Event[e];
+            for (int slot = 0; slot < 6 && event_in_use(event); ++slot) {
+                if (qualifier_fits(event.Type[slot], event.Priority[slot])) continue;
+                std::string key = "Priority" + std::to_string(slot + 1);
+                warn(line_of(kGroupIni, g, kEventSlot + e, key.c_str()), key + " is no count 0..8, which condition " + std::to_string(event.Type[slot]) + " takes");
+            }
+        }
         for (int m = 0; m < kGroupMembers; ++m) {
             char key[8];
             std::snprintf(key, sizeof key, "UPS_%02d", m);

@@ -228,9 +228,10 @@ std::string Request::change(KeyRef &key, const std::string &value) {
     // A value Korvel reads as the one it has is no change, whatever a screen would accept.
     std::string old = key_value(key);
     if (old == canonical) return "";
+    // A deletion needs no more than the form; it is the screens' own operation.
+    if (undefines(key, canonical)) return remove(key);
     if (std::string allowed = check_value(key, canonical); !allowed.empty()) return "=" + value + ": allowed: " + allowed;
     const KeyName &name = key.name;
-    if (undefines(key, canonical)) return remove(key);
     // An emptied condition is removed as the condition screen removes one: the later ones move up.
     if (named(name.kind, "Event_") && canonical == "0" && std::strncmp(name.field->key, "Type", 4) == 0) {
         static auto before = std::make_unique<ConfigRecord>();
@@ -280,18 +281,21 @@ std::string Request::finish() const {
         if (named(kind, "Schedule_") && INI1.Schedule[entry].UpsIndex >= ups_count) {
             return as_named + ": allowed: a schedule whose UPS (digits 9-12) is an entry in use (0.." + std::to_string(ups_count - 1) + ")";
         }
+        if (named(kind, "Event_") && (key.compare(0, 4, "Type") == 0 || key.compare(0, 8, "Priority") == 0)) {
+            const GroupEvent &event = INI1.Group[group].Event[entry];
+            int slot = key.back() - '1';
+            if (!qualifier_fits(event.Type[slot], event.Priority[slot])) {
+                return as_named.substr(0, as_named.rfind('.')) + ".Priority" + key.back() + "=" + std::to_string(event.Priority[slot]) +
+                       ": allowed: 0..8, a count, for condition " + std::to_string(event.Type[slot]);
+            }
+        }
         if (!named(kind, "UPS_")) continue;
         const UpsEntry &ups = INI1.UPS[entry];
         std::string name = as_named.substr(0, as_named.rfind('.'));
-        // The system shutdown is on exactly when its delay or its lead time is.
-        if (touched(group, kind, entry, {"SystemShutdown", "SystemShutDelayAllow", "SystemShutLeadAllow"}) &&
-            ups.SystemShutdown != (ups.SystemShutDelayAllow || ups.SystemShutLeadAllow ? 1 : 0)) {
+        if (touched(group, kind, entry, {"SystemShutdown", "SystemShutDelayAllow", "SystemShutLeadAllow"}) && !ups_shutdown_consistent(ups)) {
             return name + ".SystemShutdown=" + std::to_string(ups.SystemShutdown) + ": allowed: 1 when SystemShutDelayAllow or SystemShutLeadAllow is 1, else 0";
         }
-        // The lead time (minutes) covers the UPS's own shutdown delay (seconds)
-        // as the UPS screen raises it: to the whole minutes of the delay.
-        if (touched(group, kind, entry, {"UPSShutdown", "SystemShutLeadAllow", "SystemShutdownLead", "UPSShutdownDelay"}) &&
-            ups.UPSShutdown && ups.SystemShutLeadAllow && ups.SystemShutdownLead < ups.UPSShutdownDelay / 60) {
+        if (touched(group, kind, entry, {"UPSShutdown", "SystemShutLeadAllow", "SystemShutdownLead", "UPSShutdownDelay"}) && !ups_lead_covers_delay(ups)) {
             return name + ".SystemShutdownLead=" + std::to_string(ups.SystemShutdownLead) + ": allowed: at least " +
                    std::to_string(ups.UPSShutdownDelay / 60) + ", to cover " + name + ".UPSShutdownDelay (" +
                    std::to_string(ups.UPSShutdownDelay) + " seconds)";
@@ -342,7 +346,7 @@ int run_changes(const std::vector<Change> &changes, bool dry_run) {
     }
     std::vector<std::string> written;
     if (!dry_run && !request.lines.empty()) {
-        if (int status = save_changes(written, removed)) return status;
+        if (int status = save_changes(written, removed, request.lines)) return status;
     }
     for (const std::string &line : request.lines) std::printf("%s\n", line.c_str());
     for (const std::string &name : removed) std::printf("%s: removed, or its group would come back\n", name.c_str());

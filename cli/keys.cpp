@@ -200,7 +200,10 @@ std::string canonical_value(const KeyRef &key, const std::string &value, std::st
         return "";
     }
     if (field.kind == FieldKind::Text) {
-        if (value.size() > field.width - 1u) return "a text of at most " + std::to_string(field.width - 1) + " characters";
+        // A screen keeps two characters less than the field (room for the
+        // line's end and the terminator); only a UPS's name may be longer.
+        size_t longest = field.width - (is_key(key, "UPS_", "Name") ? 1u : 2u);
+        if (value.size() > longest) return "a text of at most " + std::to_string(longest) + " characters";
         for (unsigned char c : value) {
             if (c == '"' || c < 0x20 || c == 0x7f) return "a text without double quotes or control characters";
         }

@@ -1,6 +1,7 @@
 // profile: a group's events out to a profile file, or in from one, with the
 // editor's profile code (a planted link is replaced, not followed; a crafted
 // file cannot add a line to a group file).
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -26,8 +27,12 @@ int run_profile(const std::string &action, const std::string &group_name, const 
     int error = action == "save" ? SaveGroupProfile(path.c_str(), events) : LoadGroupProfile(path.c_str(), events);
     if (error) return complain(path + ": " + std::strerror(error)), kRefused;
     if (action == "save") return kDone;
-    std::vector<std::string> written;
-    if (int status = save_changes(written)) return status;
-    for (const std::string &name : written) std::printf("%s: the events of %s\n", name.c_str(), path.c_str());
+    std::vector<std::string> written, notes;
+    if (int status = save_changes(written, {}, notes)) return status;
+    // Other files are written only when Korvel would otherwise read them differently; a note says so.
+    std::vector<int> groups = groups_in_use(INI1);
+    std::string file = file_name(kGroupIni, static_cast<int>(std::find(groups.begin(), groups.end(), group) - groups.begin()));
+    if (std::find(written.begin(), written.end(), file) != written.end()) std::printf("%s: the events of %s\n", file.c_str(), path.c_str());
+    for (const std::string &note : notes) std::printf("%s\n", note.c_str());
     return kDone;
 }

@@ -94,7 +94,7 @@ bool read_after(const FileTexts &texts, const bool *wanted, const std::vector<st
 
 }  // namespace
 
-int save_changes(std::vector<std::string> &written, const std::vector<std::string> &removed) {
+int save_changes(std::vector<std::string> &written, const std::vector<std::string> &removed, std::vector<std::string> &notes) {
     // A file changed by hand while we read and checked is not overwritten.
     for (int i = 0; i < kWatchedFiles; ++i) {
         if (file_changed(ProgramDir, i)) return complain(std::string(kWatchedNames[i]) + " changed on disk meanwhile: nothing written"), kRefused;
@@ -121,7 +121,10 @@ int save_changes(std::vector<std::string> &written, const std::vector<std::strin
         static auto some = std::make_unique<ConfigRecord>(), all = std::make_unique<ConfigRecord>();
         bool same = read_after(after, wanted, removed, *some) && read_after(after, nullptr, removed, *all) &&
                     std::memcmp(some.get(), all.get(), sizeof(ConfigRecord)) == 0;
-        if (!same) std::fill(wanted, wanted + after.count, true);
+        for (int i = 0; i < after.count && !same; ++i) {
+            if (!wanted[i]) notes.push_back(std::string(after.file[i].name) + ": written too, or Korvel would read it differently");
+            wanted[i] = true;
+        }
     }
     error = WriteTexts(after, wanted);
     FreeTexts(after);

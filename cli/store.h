@@ -25,10 +25,10 @@ int files_for(const std::vector<std::string> &keys);
 // removes the files `removed` names; INI then takes the working copy. Where
 // Korvel would read a file left as it is differently after the others
 // change (a key before its first header goes to the section the file before
-// it ends in), every file is written, as the editor's save does. kDone or
-// kRefused with the reason said; `written` gets the names of the files
-// written.
-int save_changes(std::vector<std::string> &written, const std::vector<std::string> &removed = {});
+// it ends in), every file is written, as the editor's save does, and
+// `notes` says so. kDone or kRefused with the reason said; `written` gets the
+// names of the files written.
+int save_changes(std::vector<std::string> &written, const std::vector<std::string> &removed, std::vector<std::string> &notes);
 
 // Stores in the working copy the defaults a save stores (an empty serial device,
 // a zero mail port ...), writing nothing.

@@ -4,12 +4,25 @@
 #include <cstring>
 
 #include "config/defaults.h"
+#include "config/limits.h"
 #include "console/lang.h"
 
 bool ups_in_use(const UpsEntry &entry) { return entry.Name[0] != '\0'; }
 bool schedule_in_use(const ScheduleEntry &entry) { return entry.Action != kActionUnused; }
 bool group_in_use(const GroupEntry &group) { return group.Name[0] != '\0'; }
 bool event_in_use(const GroupEvent &event) { return event.Type[0] != 0; }
+
+bool ups_shutdown_consistent(const UpsEntry &entry) {
+    return entry.SystemShutdown == (entry.SystemShutDelayAllow || entry.SystemShutLeadAllow ? 1 : 0);
+}
+
+bool ups_lead_covers_delay(const UpsEntry &entry) {
+    return !entry.UPSShutdown || !entry.SystemShutLeadAllow || entry.SystemShutdownLead >= entry.UPSShutdownDelay / 60;
+}
+
+bool qualifier_fits(unsigned type, unsigned qualifier) {
+    return (type != 23 && type != 24) || qualifier <= range_of(Limit::QualifierCount).high;
+}
 
 void create_ups(ConfigRecord &record, int index) {
     UpsEntry &entry = record.UPS[index];

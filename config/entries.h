@@ -13,6 +13,16 @@ bool schedule_in_use(const ScheduleEntry &entry);
 bool group_in_use(const GroupEntry &group);
 bool event_in_use(const GroupEvent &event);
 
+// The rules the UPS screen keeps between its switches and delays: the
+// system shutdown is on exactly when its delay or its lead time is, and the
+// lead time (minutes) covers the UPS's own shutdown delay (seconds), to the
+// whole minutes the screen raises it to.
+bool ups_shutdown_consistent(const UpsEntry &entry);
+bool ups_lead_covers_delay(const UpsEntry &entry);
+// The group's own conditions (23 and 24) take a plain count, as their
+// screen enters it; the others a form of the qualifier chooser.
+bool qualifier_fits(unsigned type, unsigned qualifier);
+
 // Naming an undefined UPS entry: the new UPS's defaults, its port a copy of
 // the serial device. Fields the defaults do not cover keep what they held.
 void create_ups(ConfigRecord &record, int index);

@@ -61,6 +61,10 @@ bool split(const std::string &line, std::vector<std::string> &words) {
     return true;
 }
 
+// Every "define", its "do" lines replaced: the differential step picks its
+// operations ("op-...") from them.
+std::map<std::string, std::vector<Step>> defined;
+
 std::vector<Scenario> load_scenarios() {
     std::vector<Scenario> all;
     std::vector<std::string> names;
@@ -70,7 +74,6 @@ std::vector<Scenario> load_scenarios() {
     std::sort(names.begin(), names.end());
     // "define NAME" ... "end" in any file names steps that "do NAME" repeats.
     std::vector<Step> lines;
-    std::map<std::string, std::vector<Step>> defined;
     for (const std::string &name : names) {
         std::ifstream in(CORVANE_SCENARIOS + name);
         std::vector<Step> *defining = nullptr;
@@ -89,11 +92,16 @@ std::vector<Scenario> load_scenarios() {
         }
     }
     // "do" within a define is replaced too, to a depth that no loop passes.
-    std::function<void(const Step &, int)> add = [&](const Step &step, int depth) {
+    std::function<void(std::vector<Step> &, const Step &, int)> add = [&](std::vector<Step> &to, const Step &step, int depth) {
         bool known = step.words[0] == "do" && step.words.size() == 2 && defined.count(step.words[1]) && depth < 8;
-        if (!known) return all.back().steps.push_back(step);
-        for (const Step &done : defined[step.words[1]]) add(done, depth + 1);
+        if (!known) return to.push_back(step);
+        for (const Step &done : defined[step.words[1]]) add(to, done, depth + 1);
     };
+    for (auto &define : defined) {
+        std::vector<Step> steps;
+        for (const Step &step : define.second) add(steps, step, 1);
+        define.second = steps;
+    }
     for (const Step &step : lines) {
         const std::string &verb = step.words[0];
         bool one = step.words.size() == 2;
@@ -103,7 +111,7 @@ std::vector<Scenario> load_scenarios() {
         } else if (all.empty() || all.back().file != step.file) {
             all.push_back({step.file, "Unnamed", step.file, {{step.file, step.line, {"step-before-scenario"}}}});
         } else {
-            add(step, 0);
+            add(all.back().steps, step, 0);
         }
     }
     return all;
@@ -189,8 +197,12 @@ private:
     }
 
     // $DIR is the Korvel directory (ending in "/"), $DATA tests/data/, $LANGS
-    // the shipped language files' folder, $PATH the tests' own.
+    // the shipped language files' folder, $PATH the tests' own; the
+    // differential step sets more.
     std::string expand(std::string word) {
+        for (const auto &var : vars_) {
+            for (size_t at; (at = word.find(var.first)) != std::string::npos;) word.replace(at, var.first.size(), var.second);
+        }
         const char *path = getenv("PATH");
         for (auto name : {std::make_pair("$DIR", editor().dir.path()), std::make_pair("$DATA", std::string(CORVANE_TEST_DATA)),
                           std::make_pair("$LANGS", std::string(CORVANE_DATA_DIR)),
@@ -318,6 +330,92 @@ private:
         return FreeTexts(texts), why;
     }
 
+    // "twin SERIES ROW WHICH ARGS...": chooses an entry of a series in use
+    // ("existing"), the next new one ("new") or either ("any"), sets $NN, its
+    // number in the files, and $ROW, `base` plus that number, the row its
+    // list shows it on (the files the editor loads number their entries
+    // without gaps), and runs corvanectl ARGS on twin/. The series is what
+    // its sections in corvanectl's dump contain ("korvel.ini:UPS_").
+    std::string twin(const Words &w) {
+        std::string sections = "./corvanectl -C twin dump | sed -E 's/^([^:]*:[^.]*)[.].*/\\1/' | uniq | grep -c ";
+        if (!run(0, sections + quoted(w[1]) + " || true").empty()) return "no dump";
+        int used = std::stoi(ctl_out_);
+        bool fresh = w[3] == "new" || (w[3] == "any" && random_() % 3 == 0) || !used;
+        if (fresh && w[3] == "existing") return "skip";
+        int k = fresh ? used : static_cast<int>(random_() % static_cast<unsigned>(used));
+        char nn[8];
+        std::snprintf(nn, sizeof nn, "%02d", k);
+        vars_["$NN"] = nn, vars_["$ROW"] = std::to_string(std::stoi(w[2]) + k);
+        std::string command = "./corvanectl -C twin";
+        for (size_t i = 4; i < w.size(); ++i) command += " " + quoted(expand(w[i]));
+        return run(-1, command);
+    }
+
+    // Back to the main menu by each screen's way back ("0 - ..."), and out of
+    // the editor, saving when asked.
+    std::string finish(Editor &e) {
+        for (int screens = 0; e.screen().find("Corvane v 5.3.0 10/2012") == std::string::npos; ++screens) {
+            int back = -1;
+            for (int r = 0; r < e.rows; ++r) back = e.row(r).find(" 0 - ") != std::string::npos ? r : back;
+            if (screens == 8 || back < 0 || !e.move_to(back)) return "no way back from\n" + e.screen();
+            press("\r");
+            e.wait_until([&] { return e.output.find(clear_sequence(), mark_) != std::string::npos && e.marker_row() >= 0; }, kWaitMs);
+        }
+        if (!e.move_to(16)) return "cannot reach the exit";
+        press("\r");
+        e.wait_until([&] { return e.exited || e.screen().find("Save the changes?") != std::string::npos; }, kWaitMs);
+        if (!e.exited) press("yes\r");
+        return check(e.wait_exit(kWaitMs) && WIFEXITED(e.status) && WEXITSTATUS(e.status) <= 1, "status " + std::to_string(e.status));
+    }
+
+    // `count` sequences of two to four operations from `seed`, each done on
+    // one copy of the fixture through the screens, in a session of its own,
+    // and on another, twin/, through corvanectl: after every operation both
+    // hold the same bytes. What corvanectl refuses is not done on the screens.
+    std::string differential(Editor &e, int count, unsigned seed) {
+        if (const char *sequences = getenv("CORVANE_SEQUENCES")) count = std::stoi(sequences);
+        random_.seed(seed);
+        std::vector<std::string> ops;
+        for (const auto &define : defined) {
+            if (define.first.compare(0, 3, "op-") == 0) ops.push_back(define.first);
+        }
+        auto pick_text = [&](std::initializer_list<size_t> lengths) {  // no blank last: rows end without them
+            std::string text = "A";
+            for (size_t length = *(lengths.begin() + random_() % lengths.size()); text.size() < length;) text += "abcxyz0189 -"[random_() % 12];
+            return text.back() == ' ' ? text + "q" : text;
+        };
+        std::string why = run(0, "mkdir base twin && cp *.ini base/"), done;
+        for (int s = 0; s < count && why.empty(); ++s) {
+            why = run(0, "rm -f *.ini twin/*.ini && cp base/*.ini . && cp base/*.ini twin/");
+            done = "sequence " + std::to_string(s) + ":";
+            for (unsigned o = 0, length = 2 + random_() % 3; o < length && why.empty(); ++o) {
+                const std::string &op = ops[random_() % ops.size()];
+                int member = static_cast<int>(random_() % 7), slot = static_cast<int>(random_() % 8), type = 1 + static_cast<int>(random_() % 11);
+                vars_ = {{"$TEXT", pick_text({1, 8, 18, 19, 20, 30, 31, 32})}, {"$PHONE", "+420 " + std::to_string(random_() % 1000000)},
+                         {"$MEMBER", std::to_string(member)}, {"$MROW", std::to_string(member ? 3 + member : 21)},
+                         {"$SLOT", std::to_string(slot)}, {"$SROW", std::to_string(9 + slot)},
+                         {"$TYPE", std::to_string(type)}, {"$TROW", std::to_string(5 + type)}};
+                done += " " + op;
+                for (const Step &step : defined[op]) {
+                    bool first = step.words[0] == "twin";
+                    why = first ? twin(step.words) : perform(step.words);
+                    if (why == "skip" || (first && refused_)) {
+                        done += why == "skip" ? "(skipped)" : "(refused: " + ctl_err_ + ")";
+                        why = "skip";
+                        break;
+                    }
+                    if (first && why.empty()) why = check(e.pid > 0 ? e.reopen() : e.open(true), "the editor did not start");
+                    if (why.empty()) continue;
+                    for (const std::string &word : step.words) done += " " + expand(word);
+                    break;
+                }
+                why = why == "skip" ? "" : why.empty() ? finish(e) : why;
+                if (why.empty()) why = run(0, "for f in *.ini twin/*.ini; do f=${f#twin/}; case $f in lang_*) ;; *) diff $f twin/$f || exit 1;; esac; done");
+            }
+        }
+        return why.empty() ? "" : done + "\n  " + why;
+    }
+
     static const std::vector<StepKind> &steps() {
         static const std::vector<StepKind> kSteps = {
             // Preparing the directory and how the editor starts.
@@ -416,6 +514,7 @@ private:
             {"snapshot", 0, 0, [](Runner &r, Editor &, const Words &, size_t) { return r.snapshot(), std::string(); }},
             {"random-keys", 2, 2, [](Runner &, Editor &e, const Words &w, size_t) { return random_keys(e, number(w, 1), number(w, 2)); }},
             {"fixed-point", 0, 0, [](Runner &, Editor &e, const Words &, size_t) { return fixed_point(e); }},
+            {"differential", 2, 2, [](Runner &r, Editor &e, const Words &w, size_t) { return r.differential(e, number(w, 1), number(w, 2)); }},
             // The files afterwards.
             {"has", 2, 99, [](Runner &r, Editor &, const Words &w, size_t n) { return look_into(r, w, n); }},
             {"lacks", 2, 99, [](Runner &r, Editor &, const Words &w, size_t n) { return look_into(r, w, n); }},
@@ -493,10 +592,14 @@ private:
         int result = std::system((script + " && (" + command + ") </dev/null >" + out_name + " 2>" + err_name).c_str());
         ctl_out_ = read_file(out_name), ctl_err_ = read_file(err_name);
         unlink(out_name), unlink(err_name);
-        return check(WIFEXITED(result) && WEXITSTATUS(result) == status, "status " + std::to_string(result) + "\n" + ctl_out_ + ctl_err_);
+        refused_ = !WIFEXITED(result) || WEXITSTATUS(result) != 0;
+        return check(WIFEXITED(result) && (status < 0 || WEXITSTATUS(result) == status), "status " + std::to_string(result) + "\n" + ctl_out_ + ctl_err_);
     }
 
     std::string ctl_out_, ctl_err_;
+    bool refused_ = false;
+    std::mt19937 random_;
+    std::map<std::string, std::string> vars_;
     std::string fixture_ = CORVANE_DEMO_DIR;
     std::unique_ptr<Editor> editor_;
     std::map<std::string, std::string> started_;
