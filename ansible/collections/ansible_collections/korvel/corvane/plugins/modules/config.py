@@ -58,13 +58,13 @@ EXAMPLES = r'''
 
 RETURN = r'''
 changed_keys:
-  description: The keys whose value changed (or would change, in check mode), as corvanectl names them.
+  description: The keys whose value changed (or would change, in check mode), as corvanectl names them, and the entries and files added, deleted, renumbered or removed.
   returned: always
   type: list
   elements: str
   sample: ["System.Name", "jobs.ini:Job_00.Execute"]
 lines:
-  description: What corvanectl printed, one line per changed key.
+  description: What corvanectl printed, one line per changed key, entry or file.
   returned: always
   type: list
   elements: str
@@ -93,10 +93,11 @@ def main():
     lines = [line for line in out.splitlines() if line]
     keys, before, after = [], {}, {}
     for line in lines:
+        # "KEY: old -> new", or what became of an entry or a file ("UPS_03: added").
         key, _, change = line.partition(': ')
-        old, _, new = change.partition(' -> ')
+        old, arrow, new = change.partition(' -> ')
         keys.append(key)
-        before[key], after[key] = old, new
+        before[key], after[key] = (old, new) if arrow else ('', change)
     result = dict(changed=bool(keys), changed_keys=keys, lines=lines)
     if module._diff and keys:
         result['diff'] = dict(before='\n'.join('%s=%s' % (k, before[k]) for k in keys) + '\n',
