@@ -65,7 +65,8 @@ private:
     std::vector<Added> added_;
     std::map<Touched, std::string> touched_;
 
-    const Added *added(const SectionKind *kind, int group, int number) const;
+    // The entry added as `number`, or at record index `index`.
+    const Added *added(const SectionKind *kind, int group, int number, int index = -1) const;
     int count_added(const SectionKind *kind, int group) const;
     std::string add(const SectionKind *kind, int group, int number, const std::string &section, int &index);
     std::string remove(const KeyRef &key);
@@ -73,9 +74,9 @@ private:
     void describe_changes(const ConfigRecord &before);
 };
 
-const Added *Request::added(const SectionKind *kind, int group, int number) const {
+const Added *Request::added(const SectionKind *kind, int group, int number, int index) const {
     for (const Added &a : added_) {
-        if (a.kind == kind && a.group == group && a.number == number) return &a;
+        if (a.kind == kind && a.group == group && (a.number == number || a.index == index)) return &a;
     }
     return nullptr;
 }
@@ -86,10 +87,15 @@ int Request::count_added(const SectionKind *kind, int group) const {
 
 // A new entry goes after the last one in use, never into a gap: the entries
 // after a gap would move up one number and the request would change them.
+// Nor into the place of one the request deleted, which its number still names.
 std::string Request::add(const SectionKind *kind, int group, int number, const std::string &section, int &index) {
     int last = -1, slots = kind ? kind->entries : kGroups;
-    for (int i = 0; i < slots; ++i) {
-        if (kind ? entry_in_use(INI1, *kind, group, i) : group_in_use(INI1.Group[i])) last = i;
+    bool group_added = kind && group >= 0 && added(nullptr, -1, -1, group);
+    for (const ConfigRecord *record : {&INI, &INI1}) {
+        if (record == &INI && group_added) continue;  // what its slot held when read is no entry of it
+        for (int i = 0; i < slots; ++i) {
+            if (kind ? entry_in_use(*record, *kind, group, i) : group_in_use(record->Group[i])) last = std::max(last, i);
+        }
     }
     for (const Added &a : added_) {
         if (a.kind == kind && a.group == group) last = std::max(last, a.index);
