@@ -72,6 +72,12 @@ private:
     std::string remove(const KeyRef &key);
     bool touched(int group, const SectionKind *kind, int entry, std::initializer_list<const char *> keys) const;
     void describe_changes(const ConfigRecord &before);
+    // The working copy as it stands before an operation, which describe_changes compares with.
+    const ConfigRecord &snapshot() {
+        if (!before_) before_ = std::make_unique<ConfigRecord>();
+        return *before_ = INI1;
+    }
+    std::unique_ptr<ConfigRecord> before_;
 };
 
 const Added *Request::added(const SectionKind *kind, int group, int number, int index) const {
@@ -192,8 +198,7 @@ std::string Request::remove(const KeyRef &key) {
         }
     }
     if (named(name.kind, "UPS_") && ups_deletion_refused(INI1, key.entry)) return section + " cannot be deleted: " + users_of_ups(key.entry);
-    static auto before = std::make_unique<ConfigRecord>();
-    *before = INI1;
+    const ConfigRecord &before = snapshot();
     GroupEntry *group = key.group >= 0 ? &INI1.Group[key.group] : nullptr;
     if (named(name.kind, "Common")) {
         delete_group(*group);
@@ -210,20 +215,20 @@ std::string Request::remove(const KeyRef &key) {
     lines.push_back(section + ": deleted");
     // The later entries of the series, or the later groups, move down one number.
     if (named(name.kind, "Common")) {
-        std::vector<int> was = groups_in_use(*before), now = groups_in_use(INI1);
+        std::vector<int> was = groups_in_use(before), now = groups_in_use(INI1);
         for (size_t n = 0; n < now.size(); ++n) {
             size_t old = static_cast<size_t>(std::find(was.begin(), was.end(), now[n]) - was.begin());
             if (old != n) lines.push_back(file_name(kGroupIni, static_cast<int>(old)) + ": now " + file_name(kGroupIni, static_cast<int>(n)));
         }
     } else {
         std::string prefix = name.file == kKorvelIni ? "" : file_name(name.file, name.group_number) + ":";
-        std::vector<int> was = entries_in_use(*before, *name.kind, key.group), now = entries_in_use(INI1, *name.kind, key.group);
+        std::vector<int> was = entries_in_use(before, *name.kind, key.group), now = entries_in_use(INI1, *name.kind, key.group);
         for (size_t n = 0; n < now.size(); ++n) {
             size_t old = static_cast<size_t>(std::find(was.begin(), was.end(), now[n]) - was.begin());
             if (old != n) lines.push_back(prefix + section_name(*name.kind, static_cast<int>(old)) + ": now " + prefix + section_name(*name.kind, static_cast<int>(n)));
         }
     }
-    describe_changes(*before);
+    describe_changes(before);
     return "";
 }
 
@@ -240,10 +245,9 @@ std::string Request::change(KeyRef &key, const std::string &value) {
     const KeyName &name = key.name;
     // An emptied condition is removed as the condition screen removes one: the later ones move up.
     if (named(name.kind, "Event_") && canonical == "0" && std::strncmp(name.field->key, "Type", 4) == 0) {
-        static auto before = std::make_unique<ConfigRecord>();
-        *before = INI1;
+        const ConfigRecord &before = snapshot();
         remove_condition(INI1.Group[key.group].Event[key.entry], name.field->key[4] - '1');
-        describe_changes(*before);
+        describe_changes(before);
         return "";
     }
     store_value(key, canonical);
