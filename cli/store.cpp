@@ -62,34 +62,38 @@ const char *staged_or_program(const char *name) {
     return staged ? staged_directory : ProgramDir;
 }
 
-// What Korvel reads once the texts `wanted` (all when null) are written and
-// the files `removed` are gone, the other files as they are. False when that
-// cannot be told.
-bool read_after(const FileTexts &texts, const bool *wanted, const std::vector<std::string> &removed, ConfigRecord &read) {
+// Whether Korvel reads the same once only the texts `wanted` are written as
+// once all of them are, the files `removed` gone and the others as they are.
+// False too when that cannot be told.
+bool reads_alike(const FileTexts &texts, const bool *wanted, const std::vector<std::string> &removed) {
     const char *temporary = std::getenv("TMPDIR");
     std::snprintf(staged_directory, sizeof staged_directory, "%s/corvanectl.XXXXXX", temporary && *temporary ? temporary : "/tmp");
     if (!mkdtemp(staged_directory)) return false;
     std::strcat(staged_directory, "/");
-    staged_names = removed;
     bool staged = true;
     for (int i = 0; i < texts.count && staged; ++i) {
-        if (wanted && !wanted[i]) continue;
-        staged_names.push_back(texts.file[i].name);
-        std::FILE *file = std::fopen((staged_directory + staged_names.back()).c_str(), "wb");
+        std::FILE *file = std::fopen((staged_directory + std::string(texts.file[i].name)).c_str(), "wb");
         staged = file && std::fwrite(texts.file[i].bytes, 1, texts.file[i].size, file) == texts.file[i].size;
         if (file) staged = std::fclose(file) == 0 && staged;
     }
     // The reader reads into INI and copies it to INI1: both are ours again after.
-    static auto as_read = std::make_unique<ConfigRecord>(), working = std::make_unique<ConfigRecord>();
+    static auto as_read = std::make_unique<ConfigRecord>(), working = std::make_unique<ConfigRecord>(), some = std::make_unique<ConfigRecord>();
     *as_read = INI;
     *working = INI1;
-    staged = staged && LoadINIFilesFrom(5, staged_or_program) == 0;
-    read = INI;
+    bool alike = staged;
+    for (bool all : {false, true}) {
+        staged_names = removed;
+        for (int i = 0; i < texts.count; ++i) {
+            if (all || wanted[i]) staged_names.push_back(texts.file[i].name);
+        }
+        alike = alike && LoadINIFilesFrom(5, staged_or_program) == 0 && (!all || std::memcmp(some.get(), &INI, sizeof INI) == 0);
+        *some = INI;
+    }
     INI = *as_read;
     INI1 = *working;
-    for (const std::string &name : staged_names) std::remove((staged_directory + name).c_str());
+    for (int i = 0; i < texts.count; ++i) std::remove((staged_directory + std::string(texts.file[i].name)).c_str());
     rmdir(staged_directory);
-    return staged;
+    return alike;
 }
 
 }  // namespace
@@ -118,9 +122,7 @@ int save_changes(std::vector<std::string> &written, const std::vector<std::strin
     }
     FreeTexts(before);
     if (!every) {
-        static auto some = std::make_unique<ConfigRecord>(), all = std::make_unique<ConfigRecord>();
-        bool same = read_after(after, wanted, removed, *some) && read_after(after, nullptr, removed, *all) &&
-                    std::memcmp(some.get(), all.get(), sizeof(ConfigRecord)) == 0;
+        bool same = reads_alike(after, wanted, removed);
         for (int i = 0; i < after.count && !same; ++i) {
             if (!wanted[i]) notes.push_back(std::string(after.file[i].name) + ": written too, or Korvel would read it differently");
             wanted[i] = true;
