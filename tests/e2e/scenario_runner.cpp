@@ -412,6 +412,7 @@ private:
                 why = why == "skip" ? "" : why.empty() ? finish(e) : why;
                 if (why.empty()) why = run(0, "for f in *.ini twin/*.ini; do f=${f#twin/}; case $f in lang_*) ;; *) diff $f twin/$f || exit 1;; esac; done");
             }
+            if (getenv("CORVANE_SHOW")) std::fprintf(stderr, "%s\n", done.c_str());
         }
         return why.empty() ? "" : done + "\n  " + why;
     }
