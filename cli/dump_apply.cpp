@@ -1,7 +1,7 @@
 // dump and apply: the whole configuration as lines or as one JSON object,
 // file by file and section by section, as a save writes them.
 #include <cstdio>
-#include <fstream>
+#include <cstring>
 #include <functional>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -9,6 +9,7 @@
 #include "cli/commands.h"
 #include "cli/keys.h"
 #include "cli/store.h"
+#include "config/files.h"
 #include "config/record.h"
 #include "console/terminal.h"
 
@@ -43,16 +44,23 @@ void each_key(const std::function<void(const std::string &file, const std::strin
     }
 }
 
-// Whether `text` is UTF-8 throughout: JSON strings must be. Other bytes (an
+// Whether `text` is UTF-8 throughout, strictly (no overlong form, no
+// surrogate, nothing above U+10FFFF): JSON strings must be. Other bytes (an
 // older file's Latin-2 name, say) travel as {"hex": "..."} so that nothing
 // is lost on the way back.
 bool utf8(const std::string &text) {
     for (size_t i = 0; i < text.size();) {
-        size_t length = static_cast<size_t>(utf8_length(static_cast<unsigned char>(text[i])));
+        unsigned char lead = static_cast<unsigned char>(text[i]);
+        size_t length = static_cast<size_t>(utf8_length(lead));
         if (length == 0 || i + length > text.size()) return false;
+        uint32_t code = length == 1 ? lead : lead & (0x7F >> length);
         for (size_t k = 1; k < length; ++k) {
-            if (!utf8_continuation(static_cast<unsigned char>(text[i + k]))) return false;
+            unsigned char next = static_cast<unsigned char>(text[i + k]);
+            if (!utf8_continuation(next)) return false;
+            code = code << 6 | (next & 0x3F);
         }
+        static const uint32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+        if (code < kLeast[length] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return false;
         i += length;
     }
     return true;
@@ -99,17 +107,21 @@ int run_dump(bool json) {
 }
 
 int run_apply(const std::string &source, bool dry_run) {
+    // The whole text first: a directory or a FIFO is refused before any parsing.
+    std::string text;
+    int error = 0;
+    std::FILE *file = source == "-" ? stdin : open_regular(source.c_str(), &error);
+    if (!file) return complain(source + ": " + (error == kNotRegular ? "not a regular file" : std::strerror(error))), kRefused;
+    char block[65536];
+    for (size_t got; (got = std::fread(block, 1, sizeof block, file)) > 0;) text.append(block, got);
+    bool failed = std::ferror(file);
+    if (file != stdin) std::fclose(file);
+    if (failed) return complain(source + ": cannot be read"), kRefused;
     Json all;
     try {
-        if (source == "-") {
-            all = Json::parse(std::cin);
-        } else {
-            std::ifstream in(source);
-            if (!in) return complain(source + ": cannot be read"), kRefused;
-            all = Json::parse(in);
-        }
-    } catch (const Json::exception &error) {
-        return complain(source + ": " + error.what()), kRefused;
+        all = Json::parse(text);
+    } catch (const Json::exception &problem) {
+        return complain(source + ": " + problem.what()), kRefused;
     }
     if (!all.is_object()) return complain(source + ": not an object of files"), kRefused;
     std::vector<Change> changes;

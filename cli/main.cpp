@@ -1,7 +1,11 @@
 // corvanectl: Korvel's settings from scripts, through the editor's own
 // reader, rules and safe save.
 #include <CLI/CLI.hpp>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
 #include <string>
+#include <unistd.h>
 
 #include "cli/commands.h"
 #include "cli/store.h"
@@ -44,25 +48,36 @@ int main(int argc, char **argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
-        int status = app.exit(error);
-        return status == 0 ? kDone : kRefused;
+        if (error.get_exit_code() == 0) return app.exit(error), kDone;  // --help, --version
+        return complain(std::string(error.what()) + "; see corvanectl --help"), kRefused;
     }
 
-    if (directory.empty()) {
-        // Beside the program, found the way the editor finds its own directory.
-        char where[4096];
+    // The directory of the program itself, however it was started (through
+    // PATH, a symbolic link ...), and named absolutely in every message.
+    char where[4096];
+    ssize_t length = directory.empty() ? readlink("/proc/self/exe", where, sizeof where - 1) : -1;
+    if (length > 0) {
+        where[length] = '\0';
+        directory = std::string(where, std::strrchr(where, '/') - where + 1);
+    } else if (directory.empty()) {
         if (!getprgdir(argv[0], where, sizeof where)) return complain(std::string(argv[0]) + ": path too long"), kCannotLoad;
         directory = where;
     }
+    if (realpath(directory.c_str(), where)) directory = where;
     bool writes = set->parsed() || apply->parsed() || (profile->parsed() && action == "load");
     if (check->parsed()) prepare_check();
     // A read of korvel.ini alone needs no other file.
     if (int status = load_directory(directory, writes, get->parsed() ? files_for(keys) : 5)) return status;
-    if (get->parsed()) return run_get(keys);
-    if (set->parsed()) return run_set(assignments, dry_run);
-    if (dump->parsed()) return run_dump(json);
-    if (apply->parsed()) return run_apply(source, dry_run);
-    if (check->parsed()) return run_check(json);
-    if (profile->parsed()) return run_profile(action, group, source);
-    return run_next(days);
+    // Whatever goes wrong ends with a message and a status, never an abort.
+    try {
+        if (get->parsed()) return run_get(keys);
+        if (set->parsed()) return run_set(assignments, dry_run);
+        if (dump->parsed()) return run_dump(json);
+        if (apply->parsed()) return run_apply(source, dry_run);
+        if (check->parsed()) return run_check(json);
+        if (profile->parsed()) return run_profile(action, group, source);
+        return run_next(days);
+    } catch (const std::exception &error) {
+        return complain(error.what()), kRefused;
+    }
 }

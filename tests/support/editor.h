@@ -40,12 +40,16 @@ public:
     int status = 0;  // as waitpid reports it
 
     // Stages `korvel_dir` with the English language file and links the
-    // editor in: it finds its files beside the link.
+    // editor in: it finds its files beside the symbolic link.
     explicit Editor(const std::string &korvel_dir = CORVANE_DEMO_DIR) {
         dir.copy_from(korvel_dir);
         dir.write("lang_00.ini", read_file(std::string(CORVANE_DATA_DIR) + "lang_00.ini"));
         if (symlink(CORVANE_EDITOR, dir.path("corvane").c_str()) != 0) dir.write("no-editor", "");
-        if (symlink(CORVANE_CTL, dir.path("corvanectl").c_str()) != 0) dir.write("no-corvanectl", "");
+        // corvanectl works on the directory its file is in, found through links: a hard link or a copy.
+        if (link(CORVANE_CTL, dir.path("corvanectl").c_str()) != 0) {
+            dir.write("corvanectl", read_file(CORVANE_CTL));
+            chmod(dir.path("corvanectl").c_str(), 0755);
+        }
     }
     ~Editor() {  // a program still running is killed
         if (pid > 0 && !exited) kill(pid, SIGKILL), waitpid(pid, &status, 0);
