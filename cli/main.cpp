@@ -64,7 +64,8 @@ int main(int argc, char **argv) {
         directory = where;
     }
     if (realpath(directory.c_str(), where)) directory = where;
-    bool writes = set->parsed() || apply->parsed() || (profile->parsed() && action == "load");
+    // A dry run writes nothing, so it needs no lock: it works while an editor runs.
+    bool writes = ((set->parsed() || apply->parsed()) && !dry_run) || (profile->parsed() && action == "load");
     if (check->parsed()) prepare_check();
     // A read of korvel.ini alone needs no other file.
     if (int status = load_directory(directory, writes, get->parsed() ? files_for(keys) : 5)) return status;
