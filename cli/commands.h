@@ -6,7 +6,9 @@
 #include <utility>
 #include <vector>
 
-int run_get(const std::vector<std::string> &keys);
+// Values one per line, each followed by a NUL, or as one JSON object.
+enum class GetForm { Lines, Nul, Json };
+int run_get(const std::vector<std::string> &keys, GetForm form);
 int run_dump(bool json);
 int run_next(int days);
 // check watches the reading: prepare_check before the directory is loaded.
@@ -15,6 +17,11 @@ int run_check(bool json);
 // `action` is "save" or "load"; `group` names a group in use by its file's
 // number or by its name.
 int run_profile(const std::string &action, const std::string &group, const std::string &path);
+
+struct KeyRef;
+// Prints {"KEY": value, ...}: numbers as numbers, texts as strings, or as
+// {"hex": "..."} when they are not UTF-8.
+void print_json(const std::vector<KeyRef> &keys);
 
 // A change asked for: the key as named, and the new value as text.
 using Change = std::pair<std::string, std::string>;

@@ -106,6 +106,15 @@ int run_dump(bool json) {
     return kDone;
 }
 
+void print_json(const std::vector<KeyRef> &keys) {
+    Json values = Json::object();
+    for (const KeyRef &key : keys) {
+        std::string value = key_value(key);
+        values[key.name.name] = key.name.field->kind == FieldKind::Text ? text_value(value) : Json(std::stoul(value));
+    }
+    std::cout << values.dump(2) << "\n";
+}
+
 int run_apply(const std::string &source, bool dry_run) {
     // The whole text first: a directory or a FIFO is refused before any parsing.
     std::string text;

@@ -316,14 +316,14 @@ std::string Request::finish() const {
 
 }  // namespace
 
-int run_get(const std::vector<std::string> &keys) {
-    std::vector<std::string> values;
-    for (const std::string &name : keys) {
-        KeyRef key;
-        if (std::string why = locate_key(name, INI1, key); !why.empty()) return complain(name + ": " + why), kRefused;
-        values.push_back(key_value(key));
+int run_get(const std::vector<std::string> &keys, GetForm form) {
+    std::vector<KeyRef> found(keys.size());
+    for (size_t i = 0; i < keys.size(); ++i) {
+        if (std::string why = locate_key(keys[i], INI1, found[i]); !why.empty()) return complain(keys[i] + ": " + why), kRefused;
     }
-    for (const std::string &value : values) std::printf("%s\n", value.c_str());
+    if (form == GetForm::Json) return print_json(found), kDone;
+    // A NUL ends each value where a value may hold any other byte.
+    for (const KeyRef &key : found) std::printf("%s%c", key_value(key).c_str(), form == GetForm::Nul ? '\0' : '\n');
     return kDone;
 }
 

@@ -28,6 +28,9 @@ int main(int argc, char **argv) {
     int days = 100;
     auto *get = app.add_subcommand("get", "print values, one per line");
     get->add_option("KEY", keys, "[FILE:]SECTION.KEY")->required();
+    bool nul = false;
+    get->add_flag("--json", json, "as one JSON object of key and value");
+    get->add_flag("-z", nul, "each value followed by a NUL byte instead of a line end");
     auto *set = app.add_subcommand("set", "change values, checked as the editor's screens check them");
     set->add_option("KEY=VALUE", assignments)->required();
     set->add_flag("--dry-run", dry_run, "print what would change, write nothing");
@@ -71,7 +74,7 @@ int main(int argc, char **argv) {
     if (int status = load_directory(directory, writes, get->parsed() ? files_for(keys) : 5)) return status;
     // Whatever goes wrong ends with a message and a status, never an abort.
     try {
-        if (get->parsed()) return run_get(keys);
+        if (get->parsed()) return run_get(keys, json ? GetForm::Json : nul ? GetForm::Nul : GetForm::Lines);
         if (set->parsed()) return run_set(assignments, dry_run);
         if (dump->parsed()) return run_dump(json);
         if (apply->parsed()) return run_apply(source, dry_run);
