@@ -19,8 +19,11 @@ int main(int argc, char **argv) {
     CLI::App app{"corvanectl: read, change and check the settings of a Korvel directory"};
     app.set_version_flag("--version", "corvanectl " CORVANE_VERSION);
     app.require_subcommand(1);
+    app.fallthrough();  // -C and --wait after the command too
     std::string directory;
     app.add_option("-C", directory, "the Korvel directory (default: the one corvanectl is installed in)");
+    int wait_seconds = 0;
+    app.add_flag("--wait{-1}", wait_seconds, "wait for an editor or another corvanectl to let go of the directory (=SECONDS: at most that long)");
 
     std::vector<std::string> keys, assignments;
     std::string source;
@@ -71,7 +74,7 @@ int main(int argc, char **argv) {
     bool writes = ((set->parsed() || apply->parsed()) && !dry_run) || (profile->parsed() && action == "load");
     if (check->parsed()) prepare_check();
     // A read of korvel.ini alone needs no other file.
-    if (int status = load_directory(directory, writes, get->parsed() ? files_for(keys) : 5)) return status;
+    if (int status = load_directory(directory, writes, get->parsed() ? files_for(keys) : 5, wait_seconds)) return status;
     // Whatever goes wrong ends with a message and a status, never an abort.
     try {
         if (get->parsed()) return run_get(keys, json ? GetForm::Json : nul ? GetForm::Nul : GetForm::Lines);

@@ -35,12 +35,17 @@ int files_for(const std::vector<std::string> &keys) {
     return count;
 }
 
-int load_directory(const std::string &directory, bool lock, int files) {
+int load_directory(const std::string &directory, bool lock, int files, int wait_seconds) {
     std::string dir = directory.empty() ? "./" : directory.back() == '/' ? directory : directory + "/";
     if (!set_program_dir(dir.c_str())) return complain(directory + ": " + std::strerror(ENAMETOOLONG)), kCannotLoad;
     if (lock) {
-        int error = lock_directory(ProgramDir);
-        if (error == EWOULDBLOCK) return complain(directory + ": an editor holds this Korvel directory"), kLocked;
+        int error = lock_directory(ProgramDir, wait_seconds);
+        if (error == EWOULDBLOCK) {
+            char name[32];
+            long holder = lock_holder(ProgramDir, name, sizeof name);
+            std::string who = holder ? std::string(name) + " (process " + std::to_string(holder) + ")" : "another program";
+            return complain(directory + ": " + who + " holds this Korvel directory" + (wait_seconds ? "" : "; --wait waits for it")), kLocked;
+        }
         if (error) return complain(directory + ": " + std::strerror(error)), kCannotLoad;
         // Only a command that writes asks, before its save, what changed meanwhile.
         remember_files(ProgramDir);

@@ -13,9 +13,9 @@ void complain(const std::string &message);
 
 // Loads every file of `directory` into the committed record INI and the
 // working copy INI1, which the commands change. kDone, or kCannotLoad with the reason said. With `lock`, the
-// directory is locked first, for as long as the process runs (kLocked when
-// an editor holds it).
-int load_directory(const std::string &directory, bool lock, int files = 5);
+// directory is locked first, for as long as the process runs, waiting for it
+// as lock_directory does (kLocked when another process holds it).
+int load_directory(const std::string &directory, bool lock, int files = 5, int wait_seconds = 0);
 // How many files of the reading order (korvel.ini, jobs.ini, jobsSTS.ini,
 // the group files, sensor.ini) must be read to know the keys named.
 int files_for(const std::vector<std::string> &keys);

@@ -2,10 +2,13 @@
 
 #include <cerrno>
 #include <climits>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/sysmacros.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -230,13 +233,41 @@ void replace_discard(ReplaceFile &file) {
     file.size = 0;
 }
 
-int lock_directory(const char *directory) {
+int lock_directory(const char *directory, int wait_seconds) {
     int descriptor = open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0) return errno;
-    if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) return 0;  // kept open: the lock lasts as long as the process
-    int error = errno;
+    // A wait with an end: the alarm interrupts the waiting flock (no restart).
+    struct sigaction wake {}, before {};
+    wake.sa_handler = [](int) {};
+    if (wait_seconds > 0) sigaction(SIGALRM, &wake, &before), alarm(static_cast<unsigned>(wait_seconds));
+    int error = flock(descriptor, LOCK_EX | (wait_seconds == 0 ? LOCK_NB : 0)) == 0 ? 0 : errno;
+    if (wait_seconds > 0) alarm(0), sigaction(SIGALRM, &before, nullptr);
+    if (!error) return 0;  // kept open: the lock lasts as long as the process
     close(descriptor);
-    return error;
+    return error == EINTR ? EWOULDBLOCK : error;
+}
+
+long lock_holder(const char *directory, char *name, size_t size) {
+    struct stat state;
+    std::FILE *locks = stat(directory, &state) == 0 ? std::fopen("/proc/locks", "r") : nullptr;
+    long holder = 0;
+    char line[256], type[16];
+    unsigned major = 0, minor = 0;
+    unsigned long inode = 0;
+    long pid = 0;
+    while (locks && !holder && std::fgets(line, sizeof line, locks)) {
+        if (std::sscanf(line, "%*d: %15s %*s %*s %ld %x:%x:%lu", type, &pid, &major, &minor, &inode) == 5 &&
+            std::strcmp(type, "FLOCK") == 0 && inode == state.st_ino && makedev(major, minor) == state.st_dev) {
+            holder = pid;
+        }
+    }
+    if (locks) std::fclose(locks);
+    name[0] = '\0';
+    std::snprintf(line, sizeof line, "/proc/%ld/comm", holder);
+    std::FILE *comm = holder ? std::fopen(line, "r") : nullptr;
+    if (comm && std::fgets(name, static_cast<int>(size), comm)) name[std::strcspn(name, "\n")] = '\0';
+    if (comm) std::fclose(comm);
+    return holder;
 }
 
 const char *const kWatchedNames[kWatchedFiles] = {

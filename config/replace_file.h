@@ -55,7 +55,11 @@ void replace_discard(ReplaceFile &file);
 
 // Takes the exclusive lock of a Korvel directory, held until the process
 // ends. 0, EWOULDBLOCK when another process holds it, or another error number.
-int lock_directory(const char *directory);
+int lock_directory(const char *directory, int wait_seconds = 0);
+// With `wait_seconds` above 0 it waits that long for the lock, below 0 as
+// long as it takes. The process holding the lock of `directory`, and its
+// name in `name` (0 and "" when that cannot be told).
+long lock_holder(const char *directory, char *name, size_t size);
 
 // The files a save may write, as they were read.
 constexpr int kWatchedFiles = 14;
