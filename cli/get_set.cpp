@@ -16,24 +16,18 @@
 
 namespace {
 
-bool named(const SectionKind *kind, const char *name) { return kind && std::strcmp(kind->name, name) == 0; }
-
-// What names UPS entry `index`, as the save numbers it.
+// What names UPS entry `index`, as the save numbers it; "" when nothing does.
 std::string users_of_ups(int index) {
-    std::vector<int> groups = groups_in_use(INI1);
-    for (size_t g = 0; g < groups.size(); ++g) {
-        for (int slot = 0; slot < kGroupMembers; ++slot) {
-            if (INI1.Group[groups[g]].UPS[slot] == index + 1) {
-                return file_name(kGroupIni, static_cast<int>(g)) + ":UPS.UPS_0" + std::to_string(slot) + " names it: remove it from the group first";
-            }
-        }
+    UpsUser user;
+    if (!ups_user(INI1, index, user)) return "";
+    if (user.group >= 0) {
+        std::vector<int> groups = groups_in_use(INI1);
+        int number = static_cast<int>(std::find(groups.begin(), groups.end(), user.group) - groups.begin());
+        return file_name(kGroupIni, number) + ":UPS.UPS_0" + std::to_string(user.slot) + " names it: remove it from the group first";
     }
-    const SectionKind &schedules = kind_named(kKorvelIni, "Schedule_");
-    std::vector<int> in_use = entries_in_use(INI1, schedules, -1);
-    for (size_t n = 0; n < in_use.size(); ++n) {
-        if (INI1.Schedule[in_use[n]].UpsIndex == index) return section_name(schedules, static_cast<int>(n)) + " names it: delete the schedule first";
-    }
-    return "it is in use";
+    std::vector<int> schedules = entries_in_use(INI1, kind_named(kKorvelIni, "Schedule_"), -1);
+    int number = static_cast<int>(std::find(schedules.begin(), schedules.end(), user.schedule) - schedules.begin());
+    return section_name(kind_named(kKorvelIni, "Schedule_"), number) + " names it: delete the schedule first";
 }
 
 // An entry, or with no kind a group, that the request added.
@@ -197,7 +191,9 @@ std::string Request::remove(const KeyRef &key) {
             return section + " is added by this request: it cannot be deleted by it too";
         }
     }
-    if (named(name.kind, "UPS_") && ups_deletion_refused(INI1, key.entry)) return section + " cannot be deleted: " + users_of_ups(key.entry);
+    if (named(name.kind, "UPS_")) {
+        if (std::string users = users_of_ups(key.entry); !users.empty()) return section + " cannot be deleted: " + users;
+    }
     const ConfigRecord &before = snapshot();
     GroupEntry *group = key.group >= 0 ? &INI1.Group[key.group] : nullptr;
     if (named(name.kind, "Common")) {

@@ -22,9 +22,8 @@ bool two_digits(const std::string &text, size_t at, int &number) {
     return true;
 }
 
-bool named(const SectionKind &kind, const char *name) { return std::strcmp(kind.name, name) == 0; }
 bool is_key(const KeyRef &key, const char *section, const char *name) {
-    return named(*key.name.kind, section) && std::strcmp(key.name.field->key, name) == 0;
+    return named(key.name.kind, section) && std::strcmp(key.name.field->key, name) == 0;
 }
 
 unsigned char *group_base(ConfigRecord &record, int group) {
@@ -32,6 +31,8 @@ unsigned char *group_base(ConfigRecord &record, int group) {
 }
 
 }  // namespace
+
+bool named(const SectionKind *kind, const char *name) { return kind && std::strcmp(kind->name, name) == 0; }
 
 int saved_ups_number(const ConfigRecord &record, int index) {
     if (index < 0 || index >= kUpsEntries || !ups_in_use(record.UPS[index])) return -1;
@@ -78,7 +79,7 @@ std::string section_name(const SectionKind &kind, int number) {
 
 const SectionKind &kind_named(IniFile file, const char *name) {
     for (int k = 0; k < kSectionKindCount; ++k) {
-        if (kSectionKinds[k].file == file && named(kSectionKinds[k], name)) return kSectionKinds[k];
+        if (kSectionKinds[k].file == file && named(&kSectionKinds[k], name)) return kSectionKinds[k];
     }
     return kSectionKinds[0];
 }
@@ -135,7 +136,7 @@ bool entry_in_use(const ConfigRecord &record, const SectionKind &kind, int group
     if (!kind.compact) return true;
     const unsigned char *at = entry_at(const_cast<ConfigRecord &>(record), kind, group, entry);
     // A schedule is written for its action, not for its text.
-    if (named(kind, "Schedule_")) return schedule_in_use(*reinterpret_cast<const ScheduleEntry *>(at));
+    if (named(&kind, "Schedule_")) return schedule_in_use(*reinterpret_cast<const ScheduleEntry *>(at));
     return entry_used(key_set(kind.file, kind.key_set), at);
 }
 
@@ -222,8 +223,8 @@ std::string check_value(const KeyRef &key, const std::string &canonical) {
     const Field &field = *key.name.field;
     const SectionKind &kind = *key.name.kind;
     if (field.kind == FieldKind::Text) {
-        bool model = (named(kind, "System") && !canonical.empty() && std::strcmp(field.key, "KeyCode") == 0) ||
-                     (named(kind, "UPS_") && std::strcmp(field.key, "Type") == 0);
+        bool model = (named(&kind, "System") && !canonical.empty() && std::strcmp(field.key, "KeyCode") == 0) ||
+                     (named(&kind, "UPS_") && std::strcmp(field.key, "Type") == 0);
         if (model && !FindUpsModelTxt(canonical.c_str(), canonical.size())) return "a valid UPS model code";
         if (!is_key(key, "Schedule_", "Data") || canonical.empty()) return "";
         // What the schedule screens can make: an action they offer, a known
@@ -259,7 +260,7 @@ std::string check_value(const KeyRef &key, const std::string &canonical) {
 
 bool undefines(const KeyRef &key, const std::string &canonical) {
     const KeyName &name = key.name;
-    if (name.file == kGroupIni && named(*name.kind, "Common")) return std::strcmp(name.field->key, "Name") == 0 && canonical.empty();
+    if (name.file == kGroupIni && named(name.kind, "Common")) return std::strcmp(name.field->key, "Name") == 0 && canonical.empty();
     if (!compact(name) || name.field != &key_set(name.file, name.kind->key_set).fields[0]) return false;
     if (is_key(key, "Schedule_", "Data")) return canonical.empty() || canonical.compare(12, 2, "00") == 0;
     return canonical.empty() || canonical == "0";

@@ -26,6 +26,8 @@ struct KeyName {
     std::string name;  // as "[FILE:]SECTION.KEY", the file left out for korvel.ini
 };
 
+// Whether `kind` is the kind named `name` ("UPS_", "Common" ...).
+bool named(const SectionKind *kind, const char *name);
 // The section kind `name` of `file` ("UPS_" of korvel.ini ...).
 const SectionKind &kind_named(IniFile file, const char *name);
 // Parses `text`. "" or why it names no key.

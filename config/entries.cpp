@@ -30,17 +30,22 @@ void create_ups(ConfigRecord &record, int index) {
     std::memcpy(entry.Port, record.Serial[0].Device, sizeof entry.Port);
 }
 
-int ups_deletion_refused(const ConfigRecord &record, int index) {
-    for (const GroupEntry &group : record.Group) {
-        if (!group_in_use(group)) continue;
-        for (int slot = 0; slot < kGroupMembers; ++slot) {
-            if (group.UPS[slot] == index + 1) return 246_text;
+bool ups_user(const ConfigRecord &record, int index, UpsUser &user) {
+    for (int g = 0; g < kGroups; ++g) {
+        for (int slot = 0; slot < kGroupMembers && group_in_use(record.Group[g]); ++slot) {
+            if (record.Group[g].UPS[slot] == index + 1) return user.group = g, user.slot = slot, true;
         }
     }
-    for (const ScheduleEntry &schedule : record.Schedule) {
-        if (schedule_in_use(schedule) && schedule.UpsIndex == index) return kTextScheduleUsesUps;
+    for (int s = 0; s < kSchedules; ++s) {
+        if (schedule_in_use(record.Schedule[s]) && record.Schedule[s].UpsIndex == index) return user.schedule = s, true;
     }
-    return 0;
+    return false;
+}
+
+int ups_deletion_refused(const ConfigRecord &record, int index) {
+    UpsUser user;
+    if (!ups_user(record, index, user)) return 0;
+    return user.group >= 0 ? 246_text : kTextScheduleUsesUps;
 }
 
 void delete_ups(ConfigRecord &record, int index) {

@@ -26,6 +26,13 @@ bool qualifier_fits(unsigned type, unsigned qualifier);
 // Naming an undefined UPS entry: the new UPS's defaults, its port a copy of
 // the serial device. Fields the defaults do not cover keep what they held.
 void create_ups(ConfigRecord &record, int index);
+// What names UPS entry `index`: the first member of a group in use (the
+// group's and the slot's index), else the first schedule in use. False when
+// nothing does.
+struct UpsUser {
+    int group = -1, slot = -1, schedule = -1;
+};
+bool ups_user(const ConfigRecord &record, int index, UpsUser &user);
 // Why UPS entry `index` cannot be deleted (the text number of the message:
 // a group member or a schedule in use names it), or 0 when it can.
 int ups_deletion_refused(const ConfigRecord &record, int index);
