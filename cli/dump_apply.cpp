@@ -2,7 +2,6 @@
 // file by file and section by section, as a save writes them.
 #include <cstdio>
 #include <cstring>
-#include <functional>
 #include <iostream>
 #include <nlohmann/json.hpp>
 
@@ -16,33 +15,6 @@
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-// Every key a save would write, in its order.
-void each_key(const std::function<void(const std::string &file, const std::string &section, const KeyRef &key)> &visit) {
-    std::vector<int> groups = groups_in_use(INI1);
-    for (IniFile of : kReadingOrder) {
-        for (int g = 0; g < (of == kGroupIni ? static_cast<int>(groups.size()) : 1); ++g) {
-            std::string file = file_name(of, g);
-            int group = of == kGroupIni ? groups[g] : -1;
-            for (int k = 0; k < kSectionKindCount; ++k) {
-                const SectionKind &kind = kSectionKinds[k];
-                if (kind.file != of) continue;
-                const KeySet &keys = key_set(kind.file, kind.key_set);
-                std::vector<int> entries = entries_in_use(INI1, kind, group);
-                for (size_t number = 0; number < entries.size(); ++number) {
-                    for (int slot = 0; slot < keys.count; ++slot) {
-                        KeyRef key;
-                        key.name.kind = &kind;
-                        key.name.field = &keys.fields[slot];
-                        place_key(key, INI1, group, entries[number]);
-                        if (kind.skip_zero_keys && key_value(key) == "0") continue;
-                        visit(file, section_name(kind, static_cast<int>(number)), key);
-                    }
-                }
-            }
-        }
-    }
-}
 
 // Whether `text` is UTF-8 throughout, strictly (no overlong form, no
 // surrogate, nothing above U+10FFFF): JSON strings must be. Other bytes (an
@@ -91,9 +63,10 @@ int run_dump(bool json) {
     // The values as a save writes them: with its defaults.
     store_defaults();
     Json all = Json::object();
-    each_key([&](const std::string &file, const std::string &section, const KeyRef &key) {
+    each_key(INI1, [&](const std::string &file, const std::string &section, const KeyRef &key) {
         std::string value = key_value(key);
         const Field &field = *key.name.field;
+        if (key.name.kind->skip_zero_keys && value == "0") return;  // not written
         if (!json) {
             std::printf("%s:%s.%s=%s\n", file.c_str(), section.c_str(), field.key, value.c_str());
         } else if (field.kind == FieldKind::Text) {

@@ -158,29 +158,14 @@ std::string Request::place(KeyRef &key) {
 // Lines for every key whose value the operation changed, in entries that
 // stay in use, numbered as the save will number them.
 void Request::describe_changes(const ConfigRecord &before) {
-    std::vector<int> groups = groups_in_use(INI1);
-    for (int k = 0; k < kSectionKindCount; ++k) {
-        const SectionKind &kind = kSectionKinds[k];
-        const KeySet &keys = key_set(kind.file, kind.key_set);
-        for (int g = 0; g < (kind.file == kGroupIni ? static_cast<int>(groups.size()) : 1); ++g) {
-            int group = kind.file == kGroupIni ? groups[g] : -1;
-            if (group >= 0 && !group_in_use(before.Group[group])) continue;
-            std::vector<int> entries = entries_in_use(INI1, kind, group);
-            for (size_t n = 0; n < entries.size(); ++n) {
-                if (!entry_in_use(before, kind, group, entries[n])) continue;
-                std::string prefix = (kind.file == kKorvelIni ? "" : file_name(kind.file, g) + ":") + section_name(kind, static_cast<int>(n)) + ".";
-                for (int slot = 0; slot < keys.count; ++slot) {
-                    KeyRef now, was;
-                    now.name.kind = was.name.kind = &kind;
-                    now.name.field = was.name.field = &keys.fields[slot];
-                    place_key(now, INI1, group, entries[n]);
-                    place_key(was, const_cast<ConfigRecord &>(before), group, entries[n]);
-                    std::string old = key_value(was), value = key_value(now);
-                    if (old != value) lines.push_back(prefix + keys.fields[slot].key + ": " + old + " -> " + value);
-                }
-            }
-        }
-    }
+    each_key(INI1, [&](const std::string &file, const std::string &section, const KeyRef &now) {
+        const SectionKind &kind = *now.name.kind;
+        if ((now.group >= 0 && !group_in_use(before.Group[now.group])) || !entry_in_use(before, kind, now.group, now.entry)) return;
+        KeyRef was = now;
+        place_key(was, const_cast<ConfigRecord &>(before), now.group, now.entry);
+        std::string old = key_value(was), value = key_value(now);
+        if (old != value) lines.push_back((kind.file == kKorvelIni ? "" : file + ":") + section + "." + now.name.field->key + ": " + old + " -> " + value);
+    });
 }
 
 std::string Request::remove(const KeyRef &key) {

@@ -154,6 +154,31 @@ void place_key(KeyRef &key, ConfigRecord &record, int group, int entry) {
     key.where = entry_at(record, *key.name.kind, group, entry) + key.name.field->offset;
 }
 
+void each_key(ConfigRecord &record, const std::function<void(const std::string &file, const std::string &section, const KeyRef &key)> &visit) {
+    std::vector<int> groups = groups_in_use(record);
+    for (IniFile of : kReadingOrder) {
+        for (int g = 0; g < (of == kGroupIni ? static_cast<int>(groups.size()) : 1); ++g) {
+            std::string file = file_name(of, g);
+            int group = of == kGroupIni ? groups[g] : -1;
+            for (int k = 0; k < kSectionKindCount; ++k) {
+                const SectionKind &kind = kSectionKinds[k];
+                if (kind.file != of) continue;
+                const KeySet &keys = key_set(kind.file, kind.key_set);
+                std::vector<int> entries = entries_in_use(record, kind, group);
+                for (size_t number = 0; number < entries.size(); ++number) {
+                    for (int slot = 0; slot < keys.count; ++slot) {
+                        KeyRef key;
+                        key.name.kind = &kind;
+                        key.name.field = &keys.fields[slot];
+                        place_key(key, record, group, entries[number]);
+                        visit(file, section_name(kind, static_cast<int>(number)), key);
+                    }
+                }
+            }
+        }
+    }
+}
+
 std::string locate_key(const std::string &text, ConfigRecord &record, KeyRef &key) {
     key = KeyRef();
     if (std::string why = parse_key(text, key.name); !why.empty()) return why;

@@ -9,6 +9,7 @@
 // in use names a new entry.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,10 @@ struct KeyRef {
     unsigned char *where = nullptr;
 };
 
+// Every key of every entry in use in `record`, in the order a save writes
+// them, with its file's and its section's names as the save gives them
+// (a save leaves out the keys of a kind that skips zero values).
+void each_key(ConfigRecord &record, const std::function<void(const std::string &file, const std::string &section, const KeyRef &key)> &visit);
 // Finds `text` in `record` as its files number it now. "" or why not.
 std::string locate_key(const std::string &text, ConfigRecord &record, KeyRef &key);
 // Places a parsed key in entry `entry` of group `group` of `record`.
