@@ -22,12 +22,10 @@ std::string users_of_ups(int index) {
     if (!ups_user(INI1, index, user)) return "";
     if (user.group >= 0) {
         std::vector<int> groups = groups_in_use(INI1);
-        int number = static_cast<int>(std::find(groups.begin(), groups.end(), user.group) - groups.begin());
-        return file_name(kGroupIni, number) + ":UPS.UPS_0" + std::to_string(user.slot) + " names it: remove it from the group first";
+        return file_name(kGroupIni, number_of(groups, user.group)) + ":UPS.UPS_0" + std::to_string(user.slot) + " names it: remove it from the group first";
     }
     std::vector<int> schedules = entries_in_use(INI1, kind_named(kKorvelIni, "Schedule_"), -1);
-    int number = static_cast<int>(std::find(schedules.begin(), schedules.end(), user.schedule) - schedules.begin());
-    return section_name(kind_named(kKorvelIni, "Schedule_"), number) + " names it: delete the schedule first";
+    return section_name(kind_named(kKorvelIni, "Schedule_"), number_of(schedules, user.schedule)) + " names it: delete the schedule first";
 }
 
 // An entry, or with no kind a group, that the request added.
@@ -195,19 +193,14 @@ std::string Request::remove(const KeyRef &key) {
     }
     lines.push_back(section + ": deleted");
     // The later entries of the series, or the later groups, move down one number.
-    if (named(name.kind, "Common")) {
-        std::vector<int> was = groups_in_use(before), now = groups_in_use(INI1);
-        for (size_t n = 0; n < now.size(); ++n) {
-            size_t old = static_cast<size_t>(std::find(was.begin(), was.end(), now[n]) - was.begin());
-            if (old != n) lines.push_back(file_name(kGroupIni, static_cast<int>(old)) + ": now " + file_name(kGroupIni, static_cast<int>(n)));
-        }
-    } else {
-        std::string prefix = name.file == kKorvelIni ? "" : file_name(name.file, name.group_number) + ":";
-        std::vector<int> was = entries_in_use(before, *name.kind, key.group), now = entries_in_use(INI1, *name.kind, key.group);
-        for (size_t n = 0; n < now.size(); ++n) {
-            size_t old = static_cast<size_t>(std::find(was.begin(), was.end(), now[n]) - was.begin());
-            if (old != n) lines.push_back(prefix + section_name(*name.kind, static_cast<int>(old)) + ": now " + prefix + section_name(*name.kind, static_cast<int>(n)));
-        }
+    bool groups = named(name.kind, "Common");
+    std::string prefix = name.file == kKorvelIni ? "" : file_name(name.file, name.group_number) + ":";
+    auto label = [&](int n) { return groups ? file_name(kGroupIni, n) : prefix + section_name(*name.kind, n); };
+    std::vector<int> was = groups ? groups_in_use(before) : entries_in_use(before, *name.kind, key.group);
+    std::vector<int> now = groups ? groups_in_use(INI1) : entries_in_use(INI1, *name.kind, key.group);
+    for (size_t n = 0; n < now.size(); ++n) {
+        int old = number_of(was, now[n]);
+        if (old != static_cast<int>(n)) lines.push_back(label(old) + ": now " + label(static_cast<int>(n)));
     }
     describe_changes(before);
     return "";

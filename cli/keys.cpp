@@ -128,6 +128,10 @@ std::vector<int> groups_in_use(const ConfigRecord &record) {
     return groups;
 }
 
+int number_of(const std::vector<int> &in_use, int index) {
+    return static_cast<int>(std::find(in_use.begin(), in_use.end(), index) - in_use.begin());
+}
+
 unsigned char *entry_at(ConfigRecord &record, const SectionKind &kind, int group, int entry) {
     return group_base(record, group) + kind.base + static_cast<size_t>(entry) * kind.entry_size;
 }

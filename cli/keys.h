@@ -43,6 +43,9 @@ std::string section_of(const KeyName &key);
 std::vector<int> groups_in_use(const ConfigRecord &record);
 std::vector<int> entries_in_use(const ConfigRecord &record, const SectionKind &kind, int group);
 bool entry_in_use(const ConfigRecord &record, const SectionKind &kind, int group, int entry);
+// The number a save gives the entry (or group) at record index `index`, as
+// its place among those `in_use` lists.
+int number_of(const std::vector<int> &in_use, int index);
 unsigned char *entry_at(ConfigRecord &record, const SectionKind &kind, int group, int entry);
 
 // A key placed in one entry of a record.

@@ -30,8 +30,7 @@ int run_profile(const std::string &action, const std::string &group_name, const 
     std::vector<std::string> written, notes;
     if (int status = save_changes(written, {}, notes)) return status;
     // Other files are written only when Korvel would otherwise read them differently; a note says so.
-    std::vector<int> groups = groups_in_use(INI1);
-    std::string file = file_name(kGroupIni, static_cast<int>(std::find(groups.begin(), groups.end(), group) - groups.begin()));
+    std::string file = file_name(kGroupIni, number_of(groups_in_use(INI1), group));
     if (std::find(written.begin(), written.end(), file) != written.end()) std::printf("%s: the events of %s\n", file.c_str(), path.c_str());
     for (const std::string &note : notes) std::printf("%s\n", note.c_str());
     return kDone;
