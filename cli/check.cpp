@@ -100,12 +100,8 @@ void warn(std::pair<std::string, int> where, const std::string &message) {
 }
 
 void check_record() {
-    int kUpsSlot = 0, kScheduleSlot = 0, kEventSlot = kind_named(kGroupIni, "Event_").first_slot;
-    for (int k = 0; k < kSectionKindCount; ++k) {
-        if (kSectionKinds[k].file != kKorvelIni) continue;
-        if (std::strcmp(kSectionKinds[k].name, "UPS_") == 0) kUpsSlot = kSectionKinds[k].first_slot;
-        if (std::strcmp(kSectionKinds[k].name, "Schedule_") == 0) kScheduleSlot = kSectionKinds[k].first_slot;
-    }
+    const int kUpsSlot = kind_named(kKorvelIni, "UPS_").first_slot, kScheduleSlot = kind_named(kKorvelIni, "Schedule_").first_slot;
+    const int kEventSlot = kind_named(kGroupIni, "Event_").first_slot;
     if (INI.System.KeyCode[0] && !FindUpsModelTxt(INI.System.KeyCode, sizeof INI.System.KeyCode)) {
         warn(line_of(kKorvelIni, -1, 0, "KeyCode"), "not a valid UPS model code: KeyCode");
     }
