@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "config/entries.h"
 #include "config/model_code.h"
 #include "config/record.h"
 #include "console/input.h"
@@ -18,7 +19,7 @@ constexpr unsigned kLastEntry = kUpsEntries, kParallel = 18, kBack = 20;
 
 int defined_entries() {
     int count = 0;
-    for (const UpsEntry &entry : INI1.UPS) count += entry.Name[0] != '\0';
+    for (const UpsEntry &entry : INI1.UPS) count += ups_in_use(entry);
     return count;
 }
 
@@ -38,7 +39,7 @@ void print_ups_rows() {
 
 }  // namespace
 
-bool ups_defined(int index) { return INI1.UPS[index].Name[0] != '\0'; }
+bool ups_defined(int index) { return ups_in_use(INI1.UPS[index]); }
 
 void describe_ups(int index, char *line, size_t size) {
     const UpsEntry &entry = INI1.UPS[index];
