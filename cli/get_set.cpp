@@ -208,6 +208,8 @@ std::string Request::remove(const KeyRef &key) {
 
 std::string Request::change(KeyRef &key, const std::string &value) {
     if (std::string why = place(key); !why.empty()) return why;
+    // The value as it stands, in any spelling a dump gives it, is no change.
+    if (value == key_value(key)) return "";
     std::string canonical;
     if (std::string allowed = canonical_value(key, value, canonical); !allowed.empty()) return "=" + value + ": allowed: " + allowed;
     // A value Korvel reads as the one it has is no change, whatever a screen would accept.
@@ -291,6 +293,7 @@ std::string Request::finish() const {
 }  // namespace
 
 int run_get(const std::vector<std::string> &keys, GetForm form) {
+    store_defaults();
     std::vector<KeyRef> found(keys.size());
     for (size_t i = 0; i < keys.size(); ++i) {
         if (std::string why = locate_key(keys[i], INI1, found[i]); !why.empty()) return complain(keys[i] + ": " + why), kRefused;
@@ -312,6 +315,7 @@ int run_set(const std::vector<std::string> &assignments, bool dry_run) {
 }
 
 int run_changes(const std::vector<Change> &changes, bool dry_run) {
+    store_defaults();
     Request request;
     for (const Change &change : changes) {
         KeyRef key;

@@ -156,6 +156,7 @@ void place_key(KeyRef &key, ConfigRecord &record, int group, int entry) {
     key.group = group;
     key.entry = entry;
     key.where = entry_at(record, *key.name.kind, group, entry) + key.name.field->offset;
+    key.end = reinterpret_cast<const unsigned char *>(&record) + sizeof record;
 }
 
 void each_key(ConfigRecord &record, const std::function<void(const std::string &file, const std::string &section, const KeyRef &key)> &visit) {
@@ -210,8 +211,9 @@ std::string key_value(const KeyRef &key) {
     }
     const SaveDefault *instead = save_default(key.name.kind->name, field.key);
     if (field.kind == FieldKind::Text) {
+        // A text that fills its field runs on into the next, as a save writes it.
         const char *text = reinterpret_cast<const char *>(key.where);
-        std::string value(text, strnlen(text, field.width));
+        std::string value(text, strnlen(text, static_cast<size_t>(key.end - key.where)));
         return value.empty() && instead ? instead->value.text : value;
     }
     unsigned number = field_number(key.where, field.width);

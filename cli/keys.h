@@ -54,6 +54,7 @@ struct KeyRef {
     int group = -1;  // the record's group, for a group file
     int entry = 0;   // the record's entry of the kind
     unsigned char *where = nullptr;
+    const unsigned char *end = nullptr;  // the record's end, where a text that fills its field stops running on
 };
 
 // Every key of every entry in use in `record`, in the order a save writes

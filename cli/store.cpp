@@ -155,8 +155,10 @@ int save_changes(std::vector<std::string> &written, const std::vector<std::strin
 }
 
 void store_defaults() {
-    FileTexts texts;
-    if (ProduceINI(INI1, texts) == 0) FreeTexts(texts);
+    for (ConfigRecord *record : {&INI, &INI1}) {
+        FileTexts texts;
+        if (ProduceINI(*record, texts) == 0) FreeTexts(texts);
+    }
 }
 
 bool load_texts() {

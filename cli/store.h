@@ -30,8 +30,9 @@ int files_for(const std::vector<std::string> &keys);
 // names of the files written.
 int save_changes(std::vector<std::string> &written, const std::vector<std::string> &removed, std::vector<std::string> &notes);
 
-// Stores in the working copy the defaults a save stores (an empty serial device,
-// a zero mail port ...), writing nothing.
+// Stores in the record as read and in the working copy the defaults a save
+// stores (an empty serial device, a zero mail port ...), writing nothing:
+// entries are then numbered as the save numbers them.
 void store_defaults();
 
 // The language texts (the record's language, else English), for what
