@@ -91,6 +91,7 @@ struct KeyLine {
     int width;
     bool text;
     int job_file;  // jobs.ini or jobsSTS.ini, whose Shutdown Korvel reads as it likes
+    bool secret;
 };
 std::vector<KeyLine> key_lines;
 
@@ -135,7 +136,8 @@ void note_line(const ReadLine &line) {
     std::string raw = std::strchr(line.text, '=') + 1;
     if (!raw.empty() && raw.back() == '\n') raw.pop_back();
     key_lines.push_back({file, line.number, line.key, raw, line.where, line.width, line.text_field,
-                         line.file == kJobsIni || line.file == kJobsStsIni ? line.file : -1});
+                         line.file == kJobsIni || line.file == kJobsStsIni ? line.file : -1,
+                         secret(*section_kind(line.file, line.section), line.key)});
 }
 
 // What a number's line says, without the blanks, the carriage return and
@@ -173,7 +175,7 @@ void judge(const KeyLine &line, const std::map<const unsigned char *, const KeyL
             if (opened && !closed) add(false, "no closing quote: " + line.key + " is read to the line's end");
             return;
         }
-        std::string as = line.key + " is read as \"" + shown(read) + "\"";
+        std::string as = line.key + " is read as \"" + shown_value(line.secret, shown(read)) + "\"";
         if (!opened && raw.find('"') != std::string::npos) return add(true, "a blank or text before the opening quote: " + as);
         if (face.find('"') != std::string::npos) return add(true, "text after the closing quote is ignored: " + as);
         if (face.size() > static_cast<size_t>(line.width)) {
@@ -190,10 +192,10 @@ void judge(const KeyLine &line, const std::map<const unsigned char *, const KeyL
     unsigned long long face = 0;
     bool unusual = false;
     if (face_number(line.raw, face, unusual) && face == stored) {
-        if (unusual) add(false, line.key + "=" + shown(line.raw) + " is read as " + std::to_string(stored) + ", which a save writes");
+        if (unusual) add(false, line.key + "=" + shown_value(line.secret, shown(line.raw)) + " is read as " + shown_value(line.secret, std::to_string(stored)) + ", and a save writes it so");
         return;
     }
-    std::string as = line.key + "=" + shown(line.raw) + " is read as " + std::to_string(stored);
+    std::string as = line.key + "=" + shown_value(line.secret, shown(line.raw)) + " is read as " + shown_value(line.secret, std::to_string(stored));
     if (!again.empty()) return add(true, as + again);
     if (line.job_file >= 0 && line.key == "Shutdown" && stored == 0) {
         return add(true, line.job_file == kJobsIni ? "Korvel reads Shutdown of this job as 0: it shuts down only on job 0 and even jobs from 6 on" : as);

@@ -23,11 +23,37 @@ struct KeyRef;
 // {"hex": "..."} when they are not UTF-8.
 void print_json(const std::vector<KeyRef> &keys);
 
+// Whether secret values are printed as they are (--show-secrets); else as kHidden.
+extern bool show_secrets;
+// A value as output shows it.
+std::string shown_value(bool secret, const std::string &value);
+
+// One line of what a set or apply did: a key's change, or what happened to
+// an entry ("added", "deleted", "now UPS_01") or a file.
+struct Reported {
+    std::string subject;  // the key or the entry, as named
+    std::string what;     // for an entry or a file
+    bool change = false;  // a key's change, from old_value to new_value
+    std::string old_value, new_value;
+    bool secret = false, number = false;
+};
+// {"changes": [{"key", "old", "new", "secret"}], "entries": [{"entry", "what"}],
+// "notes": [...], "written": [files], "generation": null}.
+void print_report_json(const std::vector<Reported> &lines, const std::vector<std::string> &notes, const std::vector<std::string> &written);
+
 // A change asked for: the key as named, and the new value as text.
 using Change = std::pair<std::string, std::string>;
-// Checks every change before any is made; then, unless `dry_run`, writes the
-// files whose text changes. Prints one line per key whose value changes.
-int run_changes(const std::vector<Change> &changes, bool dry_run);
-int run_set(const std::vector<std::string> &assignments, bool dry_run);
+// How set and apply report: lines, or one JSON object.
+struct ChangeOptions {
+    bool dry_run = false;
+    bool json = false;
+};
+// Checks every change before any is made; then, unless a dry run, writes the
+// files whose text changes. Prints one line per key whose value changes and
+// per entry added, deleted or renumbered, or all of it as one JSON object.
+// A secret key given kHidden keeps its value, so that a dump applied back
+// changes nothing.
+int run_changes(const std::vector<Change> &changes, const ChangeOptions &options);
+int run_set(const std::vector<std::string> &assignments, const ChangeOptions &options);
 // `source` is a file name, or "-" for standard input.
-int run_apply(const std::string &source, bool dry_run);
+int run_apply(const std::string &source, const ChangeOptions &options);

@@ -45,6 +45,11 @@ Json text_value(const std::string &text) {
     return Json{{"hex", hex}};
 }
 
+// A value as the dump gives it: a number, or a text as text_value gives it.
+Json as_json(const Field &field, const std::string &value) {
+    return field.kind == FieldKind::Text ? text_value(value) : Json(std::stoul(value));
+}
+
 // A value of the dump's shape as text: a string, a number, or {"hex": ...}.
 bool value_text(const Json &value, std::string &text) {
     if (value.is_string()) return text = value.get<std::string>(), true;
@@ -64,15 +69,14 @@ int run_dump(bool json) {
     store_defaults();
     Json all = Json::object();
     each_key(INI1, [&](const std::string &file, const std::string &section, const KeyRef &key) {
-        std::string value = key_value(key);
         const Field &field = *key.name.field;
+        std::string value = key_value(key);
         if (key.name.kind->skip_zero_keys && value == "0") return;  // not written
+        bool hidden = secret(*key.name.kind, field.key) && !show_secrets;
         if (!json) {
-            std::printf("%s:%s.%s=%s\n", file.c_str(), section.c_str(), field.key, value.c_str());
-        } else if (field.kind == FieldKind::Text) {
-            all[file][section][field.key] = text_value(value);
+            std::printf("%s:%s.%s=%s\n", file.c_str(), section.c_str(), field.key, hidden ? kHidden : value.c_str());
         } else {
-            all[file][section][field.key] = std::stoul(value);
+            all[file][section][field.key] = hidden ? Json(kHidden) : as_json(field, value);
         }
     });
     if (json) std::cout << all.dump(2) << "\n";
@@ -81,14 +85,27 @@ int run_dump(bool json) {
 
 void print_json(const std::vector<KeyRef> &keys) {
     Json values = Json::object();
-    for (const KeyRef &key : keys) {
-        std::string value = key_value(key);
-        values[key.name.name] = key.name.field->kind == FieldKind::Text ? text_value(value) : Json(std::stoul(value));
-    }
+    for (const KeyRef &key : keys) values[key.name.name] = as_json(*key.name.field, key_value(key));
     std::cout << values.dump(2) << "\n";
 }
 
-int run_apply(const std::string &source, bool dry_run) {
+void print_report_json(const std::vector<Reported> &lines, const std::vector<std::string> &notes, const std::vector<std::string> &written) {
+    Json report = {{"changes", Json::array()}, {"entries", Json::array()}, {"notes", notes}, {"written", written}, {"generation", nullptr}};
+    for (const Reported &line : lines) {
+        if (!line.change) {
+            report["entries"].push_back({{"entry", line.subject}, {"what", line.what}});
+            continue;
+        }
+        auto value = [&](const std::string &text) {
+            if (line.secret && !show_secrets) return Json(kHidden);
+            return line.number ? Json(std::stoul(text)) : text_value(text);
+        };
+        report["changes"].push_back({{"key", line.subject}, {"old", value(line.old_value)}, {"new", value(line.new_value)}, {"secret", line.secret}});
+    }
+    std::cout << report.dump(2) << "\n";
+}
+
+int run_apply(const std::string &source, const ChangeOptions &options) {
     // The whole text first: a directory or a FIFO is refused before any parsing.
     std::string text;
     int error = 0;
@@ -118,5 +135,5 @@ int run_apply(const std::string &source, bool dry_run) {
             }
         }
     }
-    return run_changes(changes, dry_run);
+    return run_changes(changes, options);
 }

@@ -28,6 +28,12 @@ std::string users_of_ups(int index) {
     return section_name(kind_named(kKorvelIni, "Schedule_"), number_of(schedules, user.schedule)) + " names it: delete the schedule first";
 }
 
+Reported happened(const std::string &entry, const std::string &what) {
+    Reported line;
+    line.subject = entry, line.what = what;
+    return line;
+}
+
 // An entry, or with no kind a group, that the request added.
 struct Added {
     const SectionKind *kind;
@@ -43,7 +49,7 @@ using Touched = std::tuple<int, const SectionKind *, int, std::string>;
 
 class Request {
 public:
-    std::vector<std::string> lines;
+    std::vector<Reported> lines;
     bool deleted_group = false;
 
     // Finds, or adds, the entry the key names. "" or why not.
@@ -110,7 +116,7 @@ std::string Request::add(const SectionKind *kind, int group, int number, const s
         create_event(INI1.Group[group].Event[index], index);
     }
     added_.push_back({kind, group, number, index, section});
-    lines.push_back(section + ": added");
+    lines.push_back(happened(section, "added"));
     return "";
 }
 
@@ -162,7 +168,9 @@ void Request::describe_changes(const ConfigRecord &before) {
         KeyRef was = now;
         place_key(was, const_cast<ConfigRecord &>(before), now.group, now.entry);
         std::string old = key_value(was), value = key_value(now);
-        if (old != value) lines.push_back((kind.file == kKorvelIni ? "" : file + ":") + section + "." + now.name.field->key + ": " + old + " -> " + value);
+        if (old == value) return;
+        std::string name = (kind.file == kKorvelIni ? "" : file + ":") + section + "." + now.name.field->key;
+        lines.push_back({name, "", true, old, value, secret(kind, now.name.field->key), now.name.field->kind != FieldKind::Text});
     });
 }
 
@@ -191,7 +199,7 @@ std::string Request::remove(const KeyRef &key) {
     } else {
         delete_named(reinterpret_cast<char *>(key.where), name.field->width);
     }
-    lines.push_back(section + ": deleted");
+    lines.push_back(happened(section, "deleted"));
     // The later entries of the series, or the later groups, move down one number.
     bool groups = named(name.kind, "Common");
     std::string prefix = name.file == kKorvelIni ? "" : file_name(name.file, name.group_number) + ":";
@@ -200,7 +208,7 @@ std::string Request::remove(const KeyRef &key) {
     std::vector<int> now = groups ? groups_in_use(INI1) : entries_in_use(INI1, *name.kind, key.group);
     for (size_t n = 0; n < now.size(); ++n) {
         int old = number_of(was, now[n]);
-        if (old != static_cast<int>(n)) lines.push_back(label(old) + ": now " + label(static_cast<int>(n)));
+        if (old != static_cast<int>(n)) lines.push_back(happened(label(old), "now " + label(static_cast<int>(n))));
     }
     describe_changes(before);
     return "";
@@ -211,13 +219,17 @@ std::string Request::change(KeyRef &key, const std::string &value) {
     // The value as it stands, in any spelling a dump gives it, is no change.
     if (value == key_value(key)) return "";
     std::string canonical;
-    if (std::string allowed = canonical_value(key, value, canonical); !allowed.empty()) return "=" + value + ": allowed: " + allowed;
+    // A secret given as output hides it keeps its value: a dump applied back changes nothing.
+    bool hidden = secret(*key.name.kind, key.name.field->key);
+    if (hidden && value == kHidden) return "";
+    std::string as_given = hidden ? kHidden : value;
+    if (std::string allowed = canonical_value(key, value, canonical); !allowed.empty()) return "=" + as_given + ": allowed: " + allowed;
     // A value Korvel reads as the one it has is no change, whatever a screen would accept.
     std::string old = key_value(key);
     if (old == canonical) return "";
     // A deletion needs no more than the form; it is the screens' own operation.
     if (undefines(key, canonical)) return remove(key);
-    if (std::string allowed = check_value(key, canonical); !allowed.empty()) return "=" + value + ": allowed: " + allowed;
+    if (std::string allowed = check_value(key, canonical); !allowed.empty()) return "=" + as_given + ": allowed: " + allowed;
     const KeyName &name = key.name;
     // An emptied condition is removed as the condition screen removes one: the later ones move up.
     if (named(name.kind, "Event_") && canonical == "0" && std::strncmp(name.field->key, "Type", 4) == 0) {
@@ -228,7 +240,7 @@ std::string Request::change(KeyRef &key, const std::string &value) {
     }
     store_value(key, canonical);
     touched_[Touched{key.group, name.kind, key.entry, name.field->key}] = name.name;
-    lines.push_back(name.name + ": " + old + " -> " + canonical);
+    lines.push_back({name.name, "", true, old, canonical, secret(*name.kind, name.field->key), name.field->kind != FieldKind::Text});
     return "";
 }
 
@@ -304,17 +316,21 @@ int run_get(const std::vector<std::string> &keys, GetForm form) {
     return kDone;
 }
 
-int run_set(const std::vector<std::string> &assignments, bool dry_run) {
+int run_set(const std::vector<std::string> &assignments, const ChangeOptions &options) {
     std::vector<Change> changes;
     for (const std::string &assignment : assignments) {
         size_t equals = assignment.find('=');
         if (equals == std::string::npos) return complain(assignment + ": not KEY=VALUE"), kRefused;
         changes.emplace_back(assignment.substr(0, equals), assignment.substr(equals + 1));
     }
-    return run_changes(changes, dry_run);
+    return run_changes(changes, options);
 }
 
-int run_changes(const std::vector<Change> &changes, bool dry_run) {
+bool show_secrets = false;
+
+std::string shown_value(bool secret, const std::string &value) { return secret && !show_secrets ? kHidden : value; }
+
+int run_changes(const std::vector<Change> &changes, const ChangeOptions &options) {
     store_defaults();
     Request request;
     for (const Change &change : changes) {
@@ -327,16 +343,24 @@ int run_changes(const std::vector<Change> &changes, bool dry_run) {
     if (std::string why = request.finish(); !why.empty()) return complain(why), kRefused;
     // A deleted group's file would bring it back at the next start: the
     // files after the last group in use go too.
-    std::vector<std::string> removed;
+    std::vector<std::string> removed, written, notes;
     if (request.deleted_group) {
         int read = static_cast<int>(groups_in_use(INI).size()), now = static_cast<int>(groups_in_use(INI1).size());
         for (int number = now; number < read; ++number) removed.push_back(file_name(kGroupIni, number));
     }
-    std::vector<std::string> written;
-    if (!dry_run && !request.lines.empty()) {
-        if (int status = save_changes(written, removed, request.lines)) return status;
+    if (!options.dry_run && !request.lines.empty()) {
+        if (int status = save_changes(written, removed, notes)) return status;
     }
-    for (const std::string &line : request.lines) std::printf("%s\n", line.c_str());
-    for (const std::string &name : removed) std::printf("%s: removed, or its group would come back\n", name.c_str());
+    for (const std::string &name : removed) notes.push_back(name + ": removed, or its group would come back");
+    if (options.json) return print_report_json(request.lines, notes, written), kDone;
+    for (const Reported &line : request.lines) {
+        if (!line.change) {
+            std::printf("%s: %s\n", line.subject.c_str(), line.what.c_str());
+        } else {
+            std::printf("%s: %s -> %s\n", line.subject.c_str(), shown_value(line.secret, line.old_value).c_str(),
+                        shown_value(line.secret, line.new_value).c_str());
+        }
+    }
+    for (const std::string &note : notes) std::printf("%s\n", note.c_str());
     return kDone;
 }

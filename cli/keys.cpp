@@ -116,6 +116,17 @@ std::string parse_key(const std::string &text, KeyName &key) {
     return "";
 }
 
+bool secret(const SectionKind &kind, const char *key) {
+    static const std::pair<const char *, const char *> kSecrets[] = {
+        {"System", "PasswordProtection"}, {"EmailConfig", "Password"}, {"UPS_", "Password"},
+        {"UPS_", "SNMPGetComm"},          {"UPS_", "SNMPSetComm"},
+    };
+    for (const auto &one : kSecrets) {
+        if (named(&kind, one.first) && std::strcmp(key, one.second) == 0) return true;
+    }
+    return false;
+}
+
 bool compact(const KeyName &key) { return key.kind->compact; }
 
 std::string section_of(const KeyName &key) { return key.name.substr(0, key.name.rfind('.')); }

@@ -33,6 +33,11 @@ bool named(const SectionKind *kind, const char *name);
 const SectionKind &kind_named(IniFile file, const char *name);
 // Parses `text`. "" or why it names no key.
 std::string parse_key(const std::string &text, KeyName &key);
+// Whether the values of key `key` of section kind `kind` are secrets
+// (passwords, their digests, SNMP communities): output shows them as
+// kHidden unless asked to show them.
+bool secret(const SectionKind &kind, const char *key);
+constexpr const char *kHidden = "********";
 // Whether the key's section is a series numbered as a save writes it.
 bool compact(const KeyName &key);
 // The section of the key's entry as named ("[FILE:]SECTION").

@@ -22,6 +22,7 @@ int main(int argc, char **argv) {
     app.fallthrough();  // -C and --wait after the command too
     std::string directory;
     app.add_option("-C", directory, "the Korvel directory (default: the one corvanectl is installed in)");
+    app.add_flag("--show-secrets", show_secrets, "print passwords, their digests and SNMP communities instead of ********");
     int wait_seconds = 0;
     app.add_flag("--wait{-1}", wait_seconds, "wait for an editor or another corvanectl to let go of the directory (=SECONDS: at most that long)");
 
@@ -37,11 +38,13 @@ int main(int argc, char **argv) {
     auto *set = app.add_subcommand("set", "change values, checked as the editor's screens check them");
     set->add_option("KEY=VALUE", assignments)->required();
     set->add_flag("--dry-run", dry_run, "print what would change, write nothing");
+    set->add_flag("--json", json, "as one JSON object: changes, entries, notes, files written");
     auto *dump = app.add_subcommand("dump", "print every setting a save writes");
     dump->add_flag("--json", json, "as one JSON object: file, section, key, value");
     auto *apply = app.add_subcommand("apply", "change the settings a JSON object of the dump's shape gives");
     apply->add_option("FILE", source, "the JSON file, or - for standard input")->required();
     apply->add_flag("--dry-run", dry_run, "print what would change, write nothing");
+    apply->add_flag("--json", json, "as one JSON object: changes, entries, notes, files written");
     auto *check = app.add_subcommand("check", "report what Korvel will read differently from what the files say");
     check->add_flag("--json", json, "as a JSON list");
     auto *profile = app.add_subcommand("profile", "save a group's events to a profile file, or load them from one");
@@ -78,9 +81,9 @@ int main(int argc, char **argv) {
     // Whatever goes wrong ends with a message and a status, never an abort.
     try {
         if (get->parsed()) return run_get(keys, json ? GetForm::Json : nul ? GetForm::Nul : GetForm::Lines);
-        if (set->parsed()) return run_set(assignments, dry_run);
+        if (set->parsed()) return run_set(assignments, {dry_run, json});
         if (dump->parsed()) return run_dump(json);
-        if (apply->parsed()) return run_apply(source, dry_run);
+        if (apply->parsed()) return run_apply(source, {dry_run, json});
         if (check->parsed()) return run_check(json);
         if (profile->parsed()) return run_profile(action, group, source);
         return run_next(days);
