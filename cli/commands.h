@@ -11,6 +11,9 @@ enum class GetForm { Lines, Nul, Json };
 int run_get(const std::vector<std::string> &keys, GetForm form);
 int run_dump(bool json);
 int run_next(int days);
+// Lists the keys `pattern` matches (all when empty); or, `completing`, the
+// names that begin with it.
+int run_keys(const std::string &pattern, bool json, bool completing);
 // check watches the reading: prepare_check before the directory is loaded.
 void prepare_check();
 int run_check(bool json);

@@ -231,6 +231,24 @@ std::string key_value(const KeyRef &key) {
     return std::to_string(number == 0 && instead ? instead->value.number : number);
 }
 
+namespace {
+
+// The numbers a screen lets `field` take, as a range and as words.
+std::string number_range(const SectionKind &kind, const Field &field, unsigned &low, unsigned &high) {
+    low = 0, high = field.kind == FieldKind::Switch ? 1 : field.width == 1 ? 255 : 65535;
+    const FieldLimit *limit = find_limit(kind.name, field.key);
+    if (limit) low = limit->range.low, high = limit->range.high;
+    return limit && limit->allowed ? std::string("one of ") + limit->allowed : std::to_string(low) + ".." + std::to_string(high);
+}
+
+// The longest text a screen lets `field` hold: two less than the field
+// (room for the line's end and the terminator); a UPS's name one less.
+size_t longest_text(const SectionKind &kind, const Field &field) {
+    return field.width - (named(&kind, "UPS_") && std::strcmp(field.key, "Name") == 0 ? 1u : 2u);
+}
+
+}  // namespace
+
 std::string canonical_value(const KeyRef &key, const std::string &value, std::string &canonical) {
     const Field &field = *key.name.field;
     canonical = value;
@@ -243,9 +261,7 @@ std::string canonical_value(const KeyRef &key, const std::string &value, std::st
         return "";
     }
     if (field.kind == FieldKind::Text) {
-        // A screen keeps two characters less than the field (room for the
-        // line's end and the terminator); only a UPS's name may be longer.
-        size_t longest = field.width - (is_key(key, "UPS_", "Name") ? 1u : 2u);
+        size_t longest = longest_text(*key.name.kind, field);
         if (value.size() > longest) return "a text of at most " + std::to_string(longest) + " characters";
         for (unsigned char c : value) {
             if (c == '"' || c < 0x20 || c == 0x7f) return "a text without double quotes or control characters";
@@ -259,6 +275,16 @@ std::string canonical_value(const KeyRef &key, const std::string &value, std::st
     canonical = value.substr(digits);
     if (canonical.size() > 5) canonical = "99999";  // out of every range; the check says which
     return "";
+}
+
+std::string accepted(const SectionKind &kind, const Field &field) {
+    if (named(&kind, "Schedule_") && std::strcmp(field.key, "Data") == 0) return "18 hexadecimal digits: start time, UPS, action, period, day";
+    if (field.kind == FieldKind::Text) {
+        bool model = (named(&kind, "System") && std::strcmp(field.key, "KeyCode") == 0) || (named(&kind, "UPS_") && std::strcmp(field.key, "Type") == 0);
+        return model ? "a valid UPS model code" : "a text of at most " + std::to_string(longest_text(kind, field)) + " characters";
+    }
+    unsigned low, high;
+    return number_range(kind, field, low, high);
 }
 
 std::string check_value(const KeyRef &key, const std::string &canonical) {
@@ -283,11 +309,9 @@ std::string check_value(const KeyRef &key, const std::string &canonical) {
         }
         return "";
     }
-    unsigned low = 0, high = field.width == 1 || field.kind == FieldKind::Switch ? 255 : 65535;
-    if (field.kind == FieldKind::Switch) high = 1;
+    unsigned low = 0, high = 0;
+    std::string range = number_range(kind, field, low, high);
     const FieldLimit *limit = find_limit(kind.name, field.key);
-    if (limit) low = limit->range.low, high = limit->range.high;
-    std::string range = limit && limit->allowed ? std::string("one of ") + limit->allowed : std::to_string(low) + ".." + std::to_string(high);
     unsigned number = static_cast<unsigned>(std::stoul(canonical));
     if (number < low || number > high || (limit && !within(*limit, number))) return range;
     if (limit && limit->name == Limit::Language && !language_loadable(static_cast<int>(number))) {

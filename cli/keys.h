@@ -79,6 +79,8 @@ std::string key_value(const KeyRef &key);
 // key_value would show it once stored. "" when the form is right, else the
 // values allowed.
 std::string canonical_value(const KeyRef &key, const std::string &value, std::string &canonical);
+// The values a screen lets key `field` of section kind `kind` take, in words.
+std::string accepted(const SectionKind &kind, const Field &field);
 // Checks a canonical value against the range the screens allow and the way
 // Korvel reads it. "" when it may be stored, else the values allowed.
 std::string check_value(const KeyRef &key, const std::string &canonical);

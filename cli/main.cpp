@@ -54,12 +54,21 @@ int main(int argc, char **argv) {
     profile->add_option("FILE", source, "the profile file")->required();
     auto *next = app.add_subcommand("next", "print the coming scheduled actions");
     next->add_option("--days", days, "how many days ahead (default 100)");
+    auto *keys_command = app.add_subcommand("keys", "list every key with its file, type, accepted values, default, and whether it is secret");
+    std::string pattern;
+    bool completing = false;
+    keys_command->add_option("PATTERN", pattern, "only the keys this shell pattern matches (UPS_NN.* or UPS_03.*)");
+    keys_command->add_flag("--json", json, "as a JSON list");
+    keys_command->add_flag("--complete", completing, "the names that begin with PATTERN, for shell completion")->group("");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
         if (error.get_exit_code() == 0) return app.exit(error), kDone;  // --help, --version
         return complain(std::string(error.what()) + "; see corvanectl --help"), kRefused;
     }
+
+    // The schema is the program's own: no directory is read.
+    if (keys_command->parsed()) return run_keys(pattern, json, completing);
 
     // The directory of the program itself, however it was started (through
     // PATH, a symbolic link ...), and named absolutely in every message.
