@@ -50,6 +50,7 @@ using Change = std::pair<std::string, std::string>;
 struct ChangeOptions {
     bool dry_run = false;
     bool json = false;
+    bool create = false;  // a key that names an entry no entry has adds it
 };
 // Checks every change before any is made; then, unless a dry run, writes the
 // files whose text changes. Prints one line per key whose value changes and

@@ -10,6 +10,7 @@
 
 #include "cli/commands.h"
 #include "cli/keys.h"
+#include "cli/names.h"
 #include "cli/store.h"
 #include "config/entries.h"
 #include "config/record.h"
@@ -307,8 +308,14 @@ std::string Request::finish() const {
 int run_get(const std::vector<std::string> &keys, GetForm form) {
     store_defaults();
     std::vector<KeyRef> found(keys.size());
+    NameResolver names(INI1, false);
     for (size_t i = 0; i < keys.size(); ++i) {
-        if (std::string why = locate_key(keys[i], INI1, found[i]); !why.empty()) return complain(keys[i] + ": " + why), kRefused;
+        std::string key;
+        std::vector<Change> none;
+        std::string why = names.resolve(keys[i], key, none);
+        if (why.empty()) why = locate_key(key, INI1, found[i]);
+        if (!why.empty()) return complain(keys[i] + ": " + why), kRefused;
+        found[i].name.name = keys[i];  // JSON names the key as asked
     }
     if (form == GetForm::Json) return print_json(found), kDone;
     // A NUL ends each value where a value may hold any other byte.
@@ -332,8 +339,16 @@ std::string shown_value(bool secret, const std::string &value) { return secret &
 
 int run_changes(const std::vector<Change> &changes, const ChangeOptions &options) {
     store_defaults();
-    Request request;
+    // Names become numbers as the files numbered the entries when the request began.
+    NameResolver names(INI, options.create);
+    std::vector<Change> numbered;
     for (const Change &change : changes) {
+        std::string key;
+        if (std::string why = names.resolve(change.first, key, numbered); !why.empty()) return complain(change.first + ": " + why), kRefused;
+        numbered.emplace_back(key, change.second);
+    }
+    Request request;
+    for (const Change &change : numbered) {
         KeyRef key;
         std::string why = parse_key(change.first, key.name);
         if (why.empty()) why = request.change(key, change.second);

@@ -39,6 +39,8 @@ int main(int argc, char **argv) {
     set->add_option("KEY=VALUE", assignments)->required();
     set->add_flag("--dry-run", dry_run, "print what would change, write nothing");
     set->add_flag("--json", json, "as one JSON object: changes, entries, notes, files written");
+    bool create = false;
+    set->add_flag("--create", create, "a key that names an entry no entry has, UPS[NAME].KEY, adds that entry");
     auto *dump = app.add_subcommand("dump", "print every setting a save writes");
     dump->add_flag("--json", json, "as one JSON object: file, section, key, value");
     auto *apply = app.add_subcommand("apply", "change the settings a JSON object of the dump's shape gives");
@@ -90,9 +92,9 @@ int main(int argc, char **argv) {
     // Whatever goes wrong ends with a message and a status, never an abort.
     try {
         if (get->parsed()) return run_get(keys, json ? GetForm::Json : nul ? GetForm::Nul : GetForm::Lines);
-        if (set->parsed()) return run_set(assignments, {dry_run, json});
+        if (set->parsed()) return run_set(assignments, {dry_run, json, create});
         if (dump->parsed()) return run_dump(json);
-        if (apply->parsed()) return run_apply(source, {dry_run, json});
+        if (apply->parsed()) return run_apply(source, {dry_run, json, false});
         if (check->parsed()) return run_check(json);
         if (profile->parsed()) return run_profile(action, group, source);
         return run_next(days);

@@ -29,7 +29,7 @@ int files_for(const std::vector<std::string> &keys) {
         IniFile file = kKorvelIni;
         int group = 0;
         // A name that is none of the files is refused later, after a whole load.
-        bool known = colon == std::string::npos || parse_file_name(key.substr(0, colon), file, group);
+        bool known = (colon == std::string::npos && key.compare(0, 6, "group[") != 0) || parse_file_name(key.substr(0, colon), file, group);
         count = std::max(count, known ? reading_rank(file) + 1 : 5);
     }
     return count;
