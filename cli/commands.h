@@ -59,5 +59,9 @@ struct ChangeOptions {
 // changes nothing.
 int run_changes(const std::vector<Change> &changes, const ChangeOptions &options);
 int run_set(const std::vector<std::string> &assignments, const ChangeOptions &options);
+// The keys whose values differ from those of `other`, a Korvel directory
+// or a JSON file of the dump's shape ("-": standard input), as Korvel reads
+// them: 0 when none, 1 when some, 2 when `other` cannot be read.
+int run_diff(const std::string &other, bool json);
 // `source` is a file name, or "-" for standard input.
 int run_apply(const std::string &source, const ChangeOptions &options);

@@ -3,7 +3,9 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
+#include <map>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 #include "cli/commands.h"
 #include "cli/keys.h"
@@ -105,35 +107,104 @@ void print_report_json(const std::vector<Reported> &lines, const std::vector<std
     std::cout << report.dump(2) << "\n";
 }
 
-int run_apply(const std::string &source, const ChangeOptions &options) {
+namespace {
+
+// Reads a JSON object of the dump's shape from `source` (a file, or "-" for
+// standard input) as key and value, in its order. "" or why not.
+std::string read_dump(const std::string &source, std::vector<std::pair<std::string, Json>> &values) {
     // The whole text first: a directory or a FIFO is refused before any parsing.
     std::string text;
     int error = 0;
     std::FILE *file = source == "-" ? stdin : open_regular(source.c_str(), &error);
-    if (!file) return complain(source + ": " + (error == kNotRegular ? "not a regular file" : std::strerror(error))), kRefused;
+    if (!file) return source + ": " + (error == kNotRegular ? "not a regular file" : std::strerror(error));
     char block[65536];
     for (size_t got; (got = std::fread(block, 1, sizeof block, file)) > 0;) text.append(block, got);
     bool failed = std::ferror(file);
     if (file != stdin) std::fclose(file);
-    if (failed) return complain(source + ": cannot be read"), kRefused;
+    if (failed) return source + ": cannot be read";
     Json all;
     try {
         all = Json::parse(text);
     } catch (const Json::exception &problem) {
-        return complain(source + ": " + problem.what()), kRefused;
+        return source + ": " + problem.what();
     }
-    if (!all.is_object()) return complain(source + ": not an object of files"), kRefused;
-    std::vector<Change> changes;
+    if (!all.is_object()) return source + ": not an object of files";
     for (const auto &file : all.items()) {
-        if (!file.value().is_object()) return complain(file.key() + ": not an object of sections"), kRefused;
+        if (!file.value().is_object()) return file.key() + ": not an object of sections";
         for (const auto &section : file.value().items()) {
-            if (!section.value().is_object()) return complain(file.key() + ":" + section.key() + ": not an object of keys"), kRefused;
-            for (const auto &key : section.value().items()) {
-                std::string name = file.key() + ":" + section.key() + "." + key.key(), text;
-                if (!value_text(key.value(), text)) return complain(name + ": not a text or a number"), kRefused;
-                changes.emplace_back(name, text);
-            }
+            if (!section.value().is_object()) return file.key() + ":" + section.key() + ": not an object of keys";
+            for (const auto &key : section.value().items()) values.emplace_back(file.key() + ":" + section.key() + "." + key.key(), key.value());
         }
     }
+    return "";
+}
+
+// Every key a save writes with its value, as the dump gives them; secrets
+// as they are.
+std::vector<std::pair<std::string, Json>> saved_values() {
+    store_defaults();
+    std::vector<std::pair<std::string, Json>> values;
+    each_key(INI1, [&](const std::string &file, const std::string &section, const KeyRef &key) {
+        std::string value = key_value(key);
+        if (!key.name.kind->skip_zero_keys || value != "0") values.emplace_back(file + ":" + section + "." + key.name.field->key, as_json(*key.name.field, value));
+    });
+    return values;
+}
+
+}  // namespace
+
+int run_apply(const std::string &source, const ChangeOptions &options) {
+    std::vector<std::pair<std::string, Json>> values;
+    if (std::string why = read_dump(source, values); !why.empty()) return complain(why), kRefused;
+    std::vector<Change> changes;
+    for (const auto &value : values) {
+        std::string text;
+        if (!value_text(value.second, text)) return complain(value.first + ": not a text or a number"), kRefused;
+        changes.emplace_back(value.first, text);
+    }
     return run_changes(changes, options);
+}
+
+int run_diff(const std::string &other, bool json) {
+    // Here first: loading the other directory replaces the record.
+    std::vector<std::pair<std::string, Json>> here = saved_values(), there;
+    struct stat state;
+    if (other != "-" && stat(other.c_str(), &state) == 0 && S_ISDIR(state.st_mode)) {
+        if (load_directory(other, false) != kDone) return kCannotLoad;
+        there = saved_values();
+    } else if (std::string why = read_dump(other, there); !why.empty()) {
+        return complain(why), kCannotLoad;
+    }
+    std::map<std::string, Json> theirs(there.begin(), there.end()), ours(here.begin(), here.end());
+    // Every key of either, this directory's first, in the dump's order.
+    std::vector<std::string> keys;
+    for (const auto &value : here) keys.push_back(value.first);
+    for (const auto &value : there) {
+        if (!ours.count(value.first)) keys.push_back(value.first);
+    }
+    Json differences = Json::array();
+    for (const std::string &key : keys) {
+        bool mine = ours.count(key), theirs_too = theirs.count(key);
+        if (mine && theirs_too && ours[key] == theirs[key]) continue;
+        KeyName name;
+        bool hidden = parse_key(key, name).empty() && secret(*name.kind, name.field->key);
+        // A dump that hid a secret says nothing of it.
+        if (hidden && theirs_too && theirs[key] == kHidden) continue;
+        Json shown_here = !mine ? Json(nullptr) : hidden && !show_secrets ? Json(kHidden) : ours[key];
+        Json shown_there = !theirs_too ? Json(nullptr) : hidden && !show_secrets ? Json(kHidden) : theirs[key];
+        if (json) {
+            differences.push_back({{"key", key}, {"here", shown_here}, {"other", shown_there}, {"secret", hidden}});
+            continue;
+        }
+        auto line = [&](char sign, const Json &value) {
+            if (value.is_null()) return;
+            std::string text;
+            value_text(value, text);
+            std::printf("%c%s=%s\n", sign, key.c_str(), text.c_str());
+        };
+        line('-', shown_here), line('+', shown_there);
+        differences.push_back(key);
+    }
+    if (json) std::cout << differences.dump(2) << "\n";
+    return differences.empty() ? kDone : kRefused;
 }

@@ -47,6 +47,9 @@ int main(int argc, char **argv) {
     apply->add_option("FILE", source, "the JSON file, or - for standard input")->required();
     apply->add_flag("--dry-run", dry_run, "print what would change, write nothing");
     apply->add_flag("--json", json, "as one JSON object: changes, entries, notes, files written");
+    auto *diff = app.add_subcommand("diff", "print the keys whose values differ from another Korvel directory's or a dump's");
+    diff->add_option("OTHER", source, "a Korvel directory, a JSON file of the dump's shape, or - for standard input")->required();
+    diff->add_flag("--json", json, "as a JSON list of key, here, other, secret");
     auto *check = app.add_subcommand("check", "report what Korvel will read differently from what the files say");
     check->add_flag("--json", json, "as a JSON list");
     auto *profile = app.add_subcommand("profile", "save a group's events to a profile file, or load them from one");
@@ -94,11 +97,12 @@ int main(int argc, char **argv) {
         if (get->parsed()) return run_get(keys, json ? GetForm::Json : nul ? GetForm::Nul : GetForm::Lines);
         if (set->parsed()) return run_set(assignments, {dry_run, json, create});
         if (dump->parsed()) return run_dump(json);
+        if (diff->parsed()) return run_diff(source, json);
         if (apply->parsed()) return run_apply(source, {dry_run, json, false});
         if (check->parsed()) return run_check(json);
         if (profile->parsed()) return run_profile(action, group, source);
         return run_next(days);
     } catch (const std::exception &error) {
-        return complain(error.what()), kRefused;
+        return complain(error.what()), diff->parsed() ? kCannotLoad : kRefused;
     }
 }
