@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <algorithm>
 #include <map>
@@ -35,6 +36,25 @@ int files_for(const std::vector<std::string> &keys) {
     return count;
 }
 
+namespace {
+
+// Which file each of Korvel's file names is and when it was last written.
+std::string file_states() {
+    std::string states;
+    for (const char *name : kWatchedNames) {
+        struct stat state;
+        if (stat((std::string(ProgramDir) + name).c_str(), &state) != 0) {
+            states += "-;";
+            continue;
+        }
+        states += std::to_string(state.st_ino) + "," + std::to_string(state.st_size) + "," + std::to_string(state.st_mtim.tv_sec) + "." +
+                  std::to_string(state.st_mtim.tv_nsec) + ";";
+    }
+    return states;
+}
+
+}  // namespace
+
 int load_directory(const std::string &directory, bool lock, int files, int wait_seconds) {
     std::string dir = directory.empty() ? "./" : directory.back() == '/' ? directory : directory + "/";
     if (!set_program_dir(dir.c_str())) return complain(directory + ": " + std::strerror(ENAMETOOLONG)), kCannotLoad;
@@ -51,10 +71,18 @@ int load_directory(const std::string &directory, bool lock, int files, int wait_
         remember_files(ProgramDir);
     }
     // The reader's own traces are the editor's debugging aid, not ours.
-    ConsoleOut = std::fopen("/dev/null", "w");
-    // A missing korvel.ini is noted like an unreadable file.
-    if (LoadINIFiles(files) != 0) return complain(std::string(UnreadablePath) + ": " + UnreadableReason()), kCannotLoad;
-    return kDone;
+    if (!ConsoleOut) ConsoleOut = std::fopen("/dev/null", "w");
+    // Without the lock a save may run while we read: read again until no
+    // file was replaced or rewritten meanwhile, so that the files read are
+    // one set, all from before or all from after it.
+    for (int attempt = 0;; ++attempt) {
+        std::string before = file_states();
+        // A missing korvel.ini is noted like an unreadable file.
+        if (LoadINIFiles(files) != 0) return complain(std::string(UnreadablePath) + ": " + UnreadableReason()), kCannotLoad;
+        if (lock || file_states() == before) return kDone;
+        if (attempt == 20) return complain(directory + ": the files keep changing while they are read"), kCannotLoad;
+        usleep(10000);
+    }
 }
 
 namespace {
