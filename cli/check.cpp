@@ -21,6 +21,7 @@
 #include "config/entries.h"
 #include "config/fields.h"
 #include "config/ini_reader.h"
+#include "config/journal.h"
 #include "config/record.h"
 #include "config/files.h"
 
@@ -203,18 +204,17 @@ void judge(const KeyLine &line, const std::map<const unsigned char *, const KeyL
     add(true, as);
 }
 
-// Temporary files a save left behind when it was interrupted: ".NAME.XXXXXX".
-void find_temporaries() {
+// What an interrupted save left: its journal, or staged copies ".NAME.XXXXXX".
+void find_interrupted_save() {
+    if (unfinished_save(ProgramDir)) {
+        findings.push_back({kJournalName, 1, false, "a save was interrupted after its commit point: corvanectl recover puts its files in place"});
+    }
     DIR *directory = opendir(ProgramDir);
     if (!directory) return;
     while (const dirent *entry = readdir(directory)) {
-        std::string name = entry->d_name;
-        if (name.size() < 9 || name[0] != '.' || name[name.size() - 7] != '.') continue;
-        IniFile file;
-        int group = 0;
-        std::string target = name.substr(1, name.size() - 8);
-        if (!parse_file_name(target, file, group)) continue;
-        findings.push_back({name, 1, false, "a temporary file of a save that was interrupted: " + target + " holds what Korvel reads; remove it"});
+        if (!staged_name(entry->d_name)) continue;
+        std::string name = entry->d_name, target = name.substr(1, name.size() - 8);
+        findings.push_back({name, 1, false, "a staged copy of " + target + " that an interrupted save left: corvanectl recover removes it"});
     }
     closedir(directory);
 }
@@ -310,7 +310,7 @@ int run_check(bool json) {
     for (const KeyLine &line : key_lines) last_at[line.where] = &line;
     for (const KeyLine &line : key_lines) judge(line, last_at);
     check_record();
-    find_temporaries();
+    find_interrupted_save();
     // In the order the files are read, line by line.
     auto rank = [](const std::string &file) {
         IniFile kind = kKorvelIni;

@@ -11,6 +11,9 @@ enum class GetForm { Lines, Nul, Json };
 int run_get(const std::vector<std::string> &keys, GetForm form);
 int run_dump(bool json);
 int run_next(int days);
+// Says what taking the lock found: an interrupted save finished, its staged
+// files removed, or nothing to do.
+int run_recover();
 // Lists the keys `pattern` matches (all when empty); or, `completing`, the
 // names that begin with it.
 int run_keys(const std::string &pattern, bool json, bool completing);

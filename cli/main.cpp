@@ -57,6 +57,7 @@ int main(int argc, char **argv) {
     profile->add_option("ACTION", action, "save or load")->required()->check(CLI::IsMember({"save", "load"}));
     profile->add_option("GROUP", group, "the group: its file's number (01) or its name")->required();
     profile->add_option("FILE", source, "the profile file")->required();
+    auto *recover = app.add_subcommand("recover", "finish a save that was interrupted, or remove what it staged (run before Korvel starts)");
     auto *next = app.add_subcommand("next", "print the coming scheduled actions");
     next->add_option("--days", days, "how many days ahead (default 100)");
     auto *keys_command = app.add_subcommand("keys", "list every key with its file, type, accepted values, default, and whether it is secret");
@@ -88,7 +89,7 @@ int main(int argc, char **argv) {
     }
     if (realpath(directory.c_str(), where)) directory = where;
     // A dry run writes nothing, so it needs no lock: it works while an editor runs.
-    bool writes = ((set->parsed() || apply->parsed()) && !dry_run) || (profile->parsed() && action == "load");
+    bool writes = ((set->parsed() || apply->parsed()) && !dry_run) || (profile->parsed() && action == "load") || recover->parsed();
     if (check->parsed()) prepare_check();
     // A read of korvel.ini alone needs no other file.
     if (int status = load_directory(directory, writes, get->parsed() ? files_for(keys) : 5, wait_seconds)) return status;
@@ -98,6 +99,7 @@ int main(int argc, char **argv) {
         if (set->parsed()) return run_set(assignments, {dry_run, json, create});
         if (dump->parsed()) return run_dump(json);
         if (diff->parsed()) return run_diff(source, json);
+        if (recover->parsed()) return run_recover();
         if (apply->parsed()) return run_apply(source, {dry_run, json, false});
         if (check->parsed()) return run_check(json);
         if (profile->parsed()) return run_profile(action, group, source);

@@ -1,6 +1,7 @@
 #include "cli/store.h"
 
 #include "cli/keys.h"
+#include "config/journal.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -67,11 +68,18 @@ int load_directory(const std::string &directory, bool lock, int files, int wait_
             return complain(directory + ": " + who + " holds this Korvel directory" + (wait_seconds ? "" : "; --wait waits for it")), kLocked;
         }
         if (error) return complain(directory + ": " + std::strerror(error)), kCannotLoad;
+        if (LastRecoveryError) {
+            return complain(directory + ": an interrupted save cannot be finished: " + std::strerror(LastRecoveryError)), kCannotLoad;
+        }
         // Only a command that writes asks, before its save, what changed meanwhile.
         remember_files(ProgramDir);
     }
     // The reader's own traces are the editor's debugging aid, not ours.
     if (!ConsoleOut) ConsoleOut = std::fopen("/dev/null", "w");
+    if (!lock && unfinished_save(ProgramDir)) {
+        complain(directory + ": a save was interrupted and is not finished yet: the files may be a mix of old and new until "
+                             "corvanectl recover (or any Corvane that takes the lock) finishes it");
+    }
     // Without the lock a save may run while we read: read again until no
     // file was replaced or rewritten meanwhile, so that the files read are
     // one set, all from before or all from after it.
@@ -187,6 +195,12 @@ void store_defaults() {
         FileTexts texts;
         if (ProduceINI(*record, texts) == 0) FreeTexts(texts);
     }
+}
+
+int run_recover() {
+    if (LastRecovery == Recovery::Finished) std::printf("finished a save that was interrupted\n");
+    if (LastRecovery == Recovery::Cleaned) std::printf("removed what an interrupted save had staged; the files are as before it\n");
+    return kDone;
 }
 
 bool load_texts() {

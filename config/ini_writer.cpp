@@ -1,11 +1,14 @@
 #include "config/ini_writer.h"
 
+#include "config/journal.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <unistd.h>
 #include <initializer_list>
 
 #include "config/codec.h"
@@ -108,16 +111,31 @@ const char *failure_message(const char *name) {
     return "\n\rSaveGroupsINI fail ";
 }
 
-// Puts every staged file in place. A failure here (rare: everything is on
-// disk already) leaves the names of the files that are new and those that
-// are not.
+// Puts every staged file in place, after the journal that makes the set
+// one commit. A failure before the journal's commit point leaves every file
+// old; one after it (rare: everything is on disk already) leaves the names
+// of the files that are new and those that are not yet, which the next
+// Corvane process to take the lock puts in place from the journal.
 int commit_staged(ReplaceFile *staged, int count) {
-    int first_error = 0;
+    int journaled = journal_write(ProgramDir, staged, count);
+    if (journaled && journaled != ENOTSUP) {
+        for (int i = 0; i < count; ++i) replace_discard(staged[i]);
+        return journaled;
+    }
+    int first_error = 0, done = 0;
+    if (!journaled) {
+        // From the journal, as a recovery would: what it has not done stays to do.
+        first_error = journal_finish(ProgramDir, &done);
+        for (int i = 0; i < count; ++i) {
+            staged[i].temporary[0] = '\0';
+            if (staged[i].descriptor >= 0) close(staged[i].descriptor), staged[i].descriptor = -1;
+        }
+    }
     char *fresh = SavedFiles, *old = UnsavedFiles;
     for (int i = 0; i < count; ++i) {
         const char *name = std::strrchr(staged[i].target, '/');
         name = name ? name + 1 : staged[i].target;
-        int error = first_error ? ECANCELED : replace_commit(staged[i]);
+        int error = !journaled ? (i < done ? 0 : first_error) : first_error ? ECANCELED : replace_commit(staged[i]);
         replace_discard(staged[i]);
         if (error && !first_error) first_error = error;
         char *list = error ? old : fresh;

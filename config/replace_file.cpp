@@ -1,5 +1,7 @@
 #include "config/replace_file.h"
 
+#include "config/journal.h"
+
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -108,7 +110,11 @@ static int stage_in_place(ReplaceFile &file) {
     if (file.descriptor < 0 || fstat(file.descriptor, &state) != 0) return errno;
     file.old_size = state.st_size;
     if (static_cast<off_t>(file.size) > file.old_size) {
-        if (int error = posix_fallocate(file.descriptor, 0, static_cast<off_t>(file.size))) return error;
+        // Reserved beyond the end without moving it: a process killed now
+        // leaves the old file as it was. Where that cannot be, the end moves.
+        int error = fallocate(file.descriptor, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(file.size)) == 0 ? 0 : errno;
+        if (error == EOPNOTSUPP) error = posix_fallocate(file.descriptor, 0, static_cast<off_t>(file.size));
+        if (error) return error;
         if (SaveSync(file.descriptor) != 0) return errno;
     }
     return 0;
@@ -181,7 +187,7 @@ static int overwrite(ReplaceFile &file) {
     return close(descriptor) != 0 ? errno : 0;
 }
 
-int replace_commit(ReplaceFile &file) {
+int replace_commit(ReplaceFile &file, bool sync_directory) {
     int error = 0;
     if (file.descriptor >= 0) {
         error = overwrite(file);
@@ -190,7 +196,7 @@ int replace_commit(ReplaceFile &file) {
             file.temporary[0] = '\0';
             char directory[sizeof file.target];
             directory_of(file.target, directory, sizeof directory);
-            int descriptor = open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+            int descriptor = sync_directory ? open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
             if (descriptor >= 0) {
                 SaveSync(descriptor);  // makes the rename itself durable
                 close(descriptor);
@@ -242,7 +248,11 @@ int lock_directory(const char *directory, int wait_seconds) {
     if (wait_seconds > 0) sigaction(SIGALRM, &wake, &before), alarm(static_cast<unsigned>(wait_seconds));
     int error = flock(descriptor, LOCK_EX | (wait_seconds == 0 ? LOCK_NB : 0)) == 0 ? 0 : errno;
     if (wait_seconds > 0) alarm(0), sigaction(SIGALRM, &before, nullptr);
-    if (!error) return 0;  // kept open: the lock lasts as long as the process
+    if (!error) {
+        // The lock is ours: a save another process left unfinished is finished first.
+        LastRecoveryError = recover_directory(directory, LastRecovery);
+        return 0;  // kept open: the lock lasts as long as the process
+    }
     close(descriptor);
     return error == EINTR ? EWOULDBLOCK : error;
 }

@@ -47,14 +47,18 @@ int replace_save(ReplaceFile &file);
 // changing the old content. 0, or the error number (then nothing changed and
 // nothing is left behind).
 int replace_stage(ReplaceFile &file);
-// Puts a staged file in place. 0, or the error number.
-int replace_commit(ReplaceFile &file);
+// Puts a staged file in place; a rename is made durable at once unless
+// `sync_directory` is false (a journaled save syncs once for all). 0, or
+// the error number.
+int replace_commit(ReplaceFile &file, bool sync_directory = true);
 // Forgets a file that is not to be committed: removes its temporary, gives
 // back its reservation. Safe to call on any file, any number of times.
 void replace_discard(ReplaceFile &file);
 
-// Takes the exclusive lock of a Korvel directory, held until the process
-// ends. 0, EWOULDBLOCK when another process holds it, or another error number.
+// Takes the exclusive lock of a Korvel directory (ending in "/"), held until
+// the process ends, and then finishes a save another process left
+// unfinished (LastRecovery says what it found). 0, EWOULDBLOCK when another
+// process holds it, or another error number.
 int lock_directory(const char *directory, int wait_seconds = 0);
 // With `wait_seconds` above 0 it waits that long for the lock, below 0 as
 // long as it takes. The process holding the lock of `directory`, and its

@@ -17,6 +17,7 @@
 
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
+#include "config/journal.h"
 #include "config/limits.h"
 #include "config/record.h"
 #include "config/replace_file.h"
@@ -50,6 +51,11 @@ int in_child(const std::function<int()> &save, bool unprivileged, rlim_t file_si
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+// Nothing of a save is left: no staged copy, and no journal in Corvane's directory.
+bool nothing_staged(const ScratchDir &dir, const std::string &name) {
+    return name[0] != '.' || (name == ".corvane" && !unfinished_save(dir.path().c_str()));
+}
+
 class Writer : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -62,7 +68,7 @@ protected:
     }
     void expect_files_as_before(const char *why) {
         for (const char *name : kFullFiles) EXPECT_EQ(dir_.read(name), read_file(kFull + "/" + name)) << name << ": " << why;
-        for (const std::string &name : dir_.list()) EXPECT_NE(name[0], '.') << "temporary file left: " << name;
+        for (const std::string &name : dir_.list()) EXPECT_TRUE(nothing_staged(dir_, name)) << "temporary file left: " << name;
     }
     ScratchDir dir_;
 };
@@ -71,7 +77,7 @@ TEST_F(Writer, LoadingAndSavingReproducesEveryFile) {
     load_full();
     ASSERT_EQ(SaveINI(), 0);
     expect_files_as_before("load and save must reproduce it byte for byte");
-    EXPECT_EQ(dir_.list().size(), sizeof kFullFiles / sizeof kFullFiles[0]);
+    EXPECT_EQ(dir_.list().size(), sizeof kFullFiles / sizeof kFullFiles[0] + 1) << "the files and Corvane's own directory";
 }
 
 // The seams of a save, and what a case makes of them.
@@ -86,9 +92,9 @@ int slow_sync(int descriptor) {
     sync_pipe = -1;
     return fsync(descriptor);
 }
-int renames = 0;  // counted by rename_only_first
-int rename_only_first(const char *from, const char *to) {
-    return ++renames > 1 ? (errno = EIO, -1) : rename(from, to);
+int renames = 0;  // counted by rename_first_two
+int rename_first_two(const char *from, const char *to) {
+    return ++renames > 2 ? (errno = EIO, -1) : rename(from, to);
 }
 
 // Each case prepares the full-size directory, saves it changed (in a child
@@ -173,7 +179,7 @@ void save_cases(bool root_only) {
         if (!c.changed) {
             for (const char *name : kFullFiles) EXPECT_EQ(dir.read(name), read_file(kFull + "/" + name)) << name;
         }
-        for (const std::string &name : dir.list()) EXPECT_NE(name[0], '.') << "temporary left: " << name;
+        for (const std::string &name : dir.list()) EXPECT_TRUE(nothing_staged(dir, name)) << "temporary left: " << name;
         if (c.root_only && std::string(c.what) == "a bind mount") umount(dir.path("korvel.ini").c_str());
     }
 }
@@ -208,16 +214,84 @@ TEST_F(Writer, ASignalDuringASaveWaitsForItsEnd) {
     close(notify[0]);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
     EXPECT_NE(dir_.read("korvel.ini").find("Name=\"Changed\""), std::string::npos) << "the save ended first";
-    for (const std::string &name : dir_.list()) EXPECT_NE(name[0], '.') << "temporary left: " << name;
+    for (const std::string &name : dir_.list()) EXPECT_TRUE(nothing_staged(dir_, name)) << "temporary left: " << name;
 
-    // A failure while the files are put in place names the new and the old.
-    renames = 0;
-    Swap<decltype(SaveRename)> renaming(SaveRename, rename_only_first);
-    std::strcpy(INI.System.Name, "Again");
-    EXPECT_EQ(SaveINI(), EIO);
+    // A failure after the journal's commit point (its rename) names the new
+    // files and those not yet; the next process to take the lock puts them in place.
+    {
+        renames = 0;
+        Swap<decltype(SaveRename)> renaming(SaveRename, rename_first_two);
+        std::strcpy(INI.System.Name, "Again");
+        std::strcpy(INI.Group[1].Name, "Again too");
+        EXPECT_EQ(SaveINI(), EIO);
+    }
     EXPECT_STREQ(SavedFiles, "korvel.ini");
     EXPECT_EQ(std::string(UnsavedFiles).substr(0, 21), "jobs.ini jobsSTS.ini ");
-    for (const std::string &name : dir_.list()) EXPECT_NE(name[0], '.') << "temporary left: " << name;
+    EXPECT_TRUE(unfinished_save(dir_.path().c_str()));
+    Recovery found;
+    EXPECT_EQ(recover_directory(dir_.path().c_str(), found), 0);
+    EXPECT_EQ(found, Recovery::Finished);
+    EXPECT_NE(dir_.read("group_01.ini").find("Name=\"Again too\""), std::string::npos);
+    for (const std::string &name : dir_.list()) EXPECT_TRUE(nothing_staged(dir_, name)) << "temporary left: " << name;
+}
+
+// The process ends at the `kill_at`-th file operation of a save, before it.
+int operations = 0, kill_at = 0;
+void count_operation() {
+    if (++operations == kill_at) _exit(99);
+}
+ssize_t write_or_end(int descriptor, const void *bytes, size_t size, off_t offset) { return count_operation(), pwrite(descriptor, bytes, size, offset); }
+int sync_or_end(int descriptor) { return count_operation(), fsync(descriptor); }
+int rename_or_end(const char *from, const char *to) { return count_operation(), rename(from, to); }
+
+// A save of korvel.ini, jobs.ini and a group file ended at each of its file
+// operations in turn: once the next process has taken the lock, the files
+// are all old or all new, and nothing staged is left. Hard links make every
+// file rewritten in place, where a kill between write and cut would tear it.
+TEST_F(Writer, AKillAtAnyFileOperationLeavesAllOldOrAllNew) {
+    load_full();
+    for (bool in_place : {false, true}) {
+        SCOPED_TRACE(in_place ? "rewritten in place" : "renamed into place");
+        for (const char *name : kFullFiles) {
+            dir_.write(name, read_file(kFull + "/" + name));
+            if (in_place) {
+                ASSERT_EQ(link(dir_.path(name).c_str(), dir_.path(std::string(name) + ".link").c_str()), 0);
+            }
+        }
+        std::memset(&INI, 0, sizeof INI);
+        ASSERT_EQ(LoadINI(), 0);
+        std::strcpy(INI.System.Name, "Changed: Datacenter Brno");
+        INI.Job[1].Log ^= 1;
+        std::strcpy(INI.Group[0].Name, "Changed too");
+        ConfigRecord changed = INI;
+        FileTexts texts;
+        ASSERT_EQ(ProduceINI(changed, texts), 0);
+        int outcomes[2] = {0, 0};  // all old, all new
+        bool ended = true;
+        for (kill_at = 1; ended; ++kill_at) {
+            for (int i = 0; i < texts.count; ++i) dir_.write(texts.file[i].name, read_file(kFull + "/" + texts.file[i].name));
+            ended = in_child([] {
+                operations = 0;
+                SaveWrite = write_or_end, SaveSync = sync_or_end, SaveRename = rename_or_end;
+                return SaveINI();
+            }, false) == 99;
+            Recovery found;
+            ASSERT_EQ(recover_directory(dir_.path().c_str(), found), 0) << "after operation " << kill_at;
+            int old_files = 0, new_files = 0;
+            for (int i = 0; i < texts.count; ++i) {
+                std::string now = dir_.read(texts.file[i].name);
+                old_files += now == read_file(kFull + "/" + texts.file[i].name);
+                new_files += now == std::string(texts.file[i].bytes, texts.file[i].size);
+            }
+            ASSERT_TRUE(old_files == texts.count || new_files == texts.count) << "a mixed set after operation " << kill_at;
+            ++outcomes[new_files == texts.count];
+            for (const std::string &name : dir_.list()) ASSERT_TRUE(nothing_staged(dir_, name)) << name << " after operation " << kill_at;
+        }
+        FreeTexts(texts);
+        EXPECT_GT(outcomes[0], 0);
+        EXPECT_GT(outcomes[1], 0);
+        if (getenv("CORVANE_SHOW")) std::fprintf(stderr, "kill points: %d all old, %d all new\n", outcomes[0], outcomes[1]);
+    }
 }
 
 // Every row of the table of limits names fields that exist, is the row
