@@ -20,25 +20,6 @@ namespace {
 
 constexpr const char *kJournalHeader = "corvane journal 1\n";
 
-int write_whole(int descriptor, const std::string &text) {
-    for (size_t done = 0; done < text.size();) {
-        ssize_t n = SaveWrite(descriptor, text.data() + done, text.size() - done, static_cast<off_t>(done));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return n < 0 ? errno : EIO;
-        done += static_cast<size_t>(n);
-    }
-    return 0;
-}
-
-// Syncs a directory, which makes the renames and removals in it durable.
-int sync_directory(const std::string &path) {
-    int descriptor = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0) return errno;
-    int error = SaveSync(descriptor) == 0 ? 0 : errno;
-    close(descriptor);
-    return error;
-}
-
 std::string directory_part(const std::string &path) {
     size_t slash = path.rfind('/');
     return slash == std::string::npos ? "." : path.substr(0, slash + 1);
@@ -82,9 +63,8 @@ int rewrite(const Step &step) {
     int descriptor = open(step.target.c_str(), O_WRONLY | O_CLOEXEC);
     if (descriptor < 0) return errno;
     // The space first, so that a full disk stops the rewrite before it starts.
-    int error = fallocate(descriptor, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(step.text.size())) == 0 ? 0 : errno;
-    if (error == EOPNOTSUPP) error = 0;
-    if (!error) error = write_whole(descriptor, step.text);
+    int error = reserve_space(descriptor, static_cast<off_t>(step.text.size()));
+    if (!error) error = write_all(descriptor, step.text.data(), step.text.size(), 0);
     if (!error && (ftruncate(descriptor, static_cast<off_t>(step.text.size())) != 0 || SaveSync(descriptor) != 0)) error = errno;
     if (close(descriptor) != 0 && !error) error = errno;
     return error;
@@ -130,12 +110,12 @@ int journal_write(const char *directory, const ReplaceFile *staged, int count) {
     std::string fresh = own + "journal.new", journal = std::string(directory) + kJournalName;
     int descriptor = open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (descriptor < 0) return errno == EACCES || errno == EROFS ? ENOTSUP : errno;
-    int error = write_whole(descriptor, text);
+    int error = write_all(descriptor, text.data(), text.size(), 0);
     if (!error && SaveSync(descriptor) != 0) error = errno;
     if (close(descriptor) != 0 && !error) error = errno;
     if (!error && SaveRename(fresh.c_str(), journal.c_str()) != 0) error = errno;
     // The commit point: the journal's name on disk.
-    if (!error) error = sync_directory(own);
+    if (!error) error = sync_directory(own.c_str());
     if (error) unlink(journal.c_str()), unlink(fresh.c_str());
     return error;
 }
@@ -165,11 +145,11 @@ int journal_finish(const char *directory, int *done) {
             directories.insert(directory_part(step.target));
         }
         for (const std::string &each : directories) {
-            if (int error = sync_directory(each)) return error;
+            if (int error = sync_directory(each.c_str())) return error;
         }
     }
     if (unlink(journal.c_str()) != 0 && errno != ENOENT) return errno;
-    return sync_directory(std::string(directory) + kCorvaneDir);
+    return sync_directory((std::string(directory) + kCorvaneDir).c_str());
 }
 
 bool unfinished_save(const char *directory) { return access((std::string(directory) + kJournalName).c_str(), F_OK) == 0; }

@@ -52,8 +52,7 @@ static void directory_of(const char *path, char *out, size_t size) {
     std::snprintf(out, size, "%.*s", slash ? static_cast<int>(slash - path + 1) : 1, slash ? path : ".");
 }
 
-// Writes all of `bytes` at `offset`; 0 or the error number.
-static int write_all(int descriptor, const char *bytes, size_t size, off_t offset) {
+int write_all(int descriptor, const char *bytes, size_t size, off_t offset) {
     while (size > 0) {
         ssize_t n = SaveWrite(descriptor, bytes, size, offset);
         if (n < 0 && errno == EINTR) continue;
@@ -99,6 +98,21 @@ static int fail(ReplaceFile &file, int error) {
     return error;
 }
 
+int reserve_space(int descriptor, off_t size) {
+    // Beyond the end without moving it: a process killed now leaves the old
+    // file as it was. Where that cannot be, the end moves.
+    int error = fallocate(descriptor, FALLOC_FL_KEEP_SIZE, 0, size) == 0 ? 0 : errno;
+    return error == EOPNOTSUPP ? posix_fallocate(descriptor, 0, size) : error;
+}
+
+int sync_directory(const char *path) {
+    int descriptor = open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return errno;
+    int error = SaveSync(descriptor) == 0 ? 0 : errno;
+    close(descriptor);
+    return error;
+}
+
 // Rewriting in place: the space the new text needs beyond the old one is
 // reserved first, so that no later write can find the disk full.
 static int stage_in_place(ReplaceFile &file) {
@@ -110,11 +124,7 @@ static int stage_in_place(ReplaceFile &file) {
     if (file.descriptor < 0 || fstat(file.descriptor, &state) != 0) return errno;
     file.old_size = state.st_size;
     if (static_cast<off_t>(file.size) > file.old_size) {
-        // Reserved beyond the end without moving it: a process killed now
-        // leaves the old file as it was. Where that cannot be, the end moves.
-        int error = fallocate(file.descriptor, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(file.size)) == 0 ? 0 : errno;
-        if (error == EOPNOTSUPP) error = posix_fallocate(file.descriptor, 0, static_cast<off_t>(file.size));
-        if (error) return error;
+        if (int error = reserve_space(file.descriptor, static_cast<off_t>(file.size))) return error;
         if (SaveSync(file.descriptor) != 0) return errno;
     }
     return 0;
@@ -187,7 +197,7 @@ static int overwrite(ReplaceFile &file) {
     return close(descriptor) != 0 ? errno : 0;
 }
 
-int replace_commit(ReplaceFile &file, bool sync_directory) {
+int replace_commit(ReplaceFile &file) {
     int error = 0;
     if (file.descriptor >= 0) {
         error = overwrite(file);
@@ -196,11 +206,7 @@ int replace_commit(ReplaceFile &file, bool sync_directory) {
             file.temporary[0] = '\0';
             char directory[sizeof file.target];
             directory_of(file.target, directory, sizeof directory);
-            int descriptor = sync_directory ? open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
-            if (descriptor >= 0) {
-                SaveSync(descriptor);  // makes the rename itself durable
-                close(descriptor);
-            }
+            sync_directory(directory);  // makes the rename itself durable
         } else if (errno == EBUSY || errno == EXDEV) {
             // A file mounted on its own cannot be renamed over: rewritten in
             // place instead, its space reserved before anything changes.

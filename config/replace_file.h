@@ -23,6 +23,16 @@ extern ssize_t (*SaveWrite)(int descriptor, const void *bytes, size_t size, off_
 extern int (*SaveSync)(int descriptor);
 extern int (*SaveRename)(const char *from, const char *to);
 
+// Writes all of `bytes` at `offset` through SaveWrite. 0 or the error number.
+int write_all(int descriptor, const char *bytes, size_t size, off_t offset);
+// Reserves room for `size` bytes in an open file, so that writing them
+// cannot find the disk full, without moving its end where the file system
+// allows. 0 or the error number.
+int reserve_space(int descriptor, off_t size);
+// Syncs the directory `path` through SaveSync, which makes the renames and
+// removals in it durable. 0 or the error number.
+int sync_directory(const char *path);
+
 struct ReplaceFile {
     FILE *stream = nullptr;  // the writer prints into memory
     char *bytes = nullptr;
@@ -47,10 +57,8 @@ int replace_save(ReplaceFile &file);
 // changing the old content. 0, or the error number (then nothing changed and
 // nothing is left behind).
 int replace_stage(ReplaceFile &file);
-// Puts a staged file in place; a rename is made durable at once unless
-// `sync_directory` is false (a journaled save syncs once for all). 0, or
-// the error number.
-int replace_commit(ReplaceFile &file, bool sync_directory = true);
+// Puts a staged file in place. 0, or the error number.
+int replace_commit(ReplaceFile &file);
 // Forgets a file that is not to be committed: removes its temporary, gives
 // back its reservation. Safe to call on any file, any number of times.
 void replace_discard(ReplaceFile &file);
