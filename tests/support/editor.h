@@ -228,9 +228,12 @@ private:
         return 1;
     }
     // Lets nobody read the directory whatever the umask; a link is left alone
-    // (chmod would change its target), and so is a file made unreadable on purpose.
+    // (chmod would change its target), and so is a file made unreadable on
+    // purpose. A program keeps its execute bits: corvanectl is a hard link
+    // that the build and every other scenario share.
     static int open_up(const char *path, const struct stat *state, int, struct FTW *) {
-        if (!S_ISLNK(state->st_mode) && (state->st_mode & 0777) != 0) chmod(path, S_ISDIR(state->st_mode) ? 0755 : 0644);
+        bool runs = S_ISDIR(state->st_mode) || (state->st_mode & S_IXUSR);
+        if (!S_ISLNK(state->st_mode) && (state->st_mode & 0777) != 0) chmod(path, runs ? 0755 : 0644);
         return 0;
     }
     int master_ = -1, slave_ = -1;  // the slave stays open so the modes can be read afterwards
