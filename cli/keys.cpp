@@ -107,10 +107,7 @@ std::string parse_key(const std::string &text, KeyName &key) {
         }
     }
     if (!key.kind) return "no such section in " + file + ": " + section;
-    const KeySet &keys = key_set(key.file, key.kind->key_set);
-    for (int slot = 0; slot < keys.count; ++slot) {
-        if (name == keys.fields[slot].key) key.field = &keys.fields[slot];
-    }
+    key.field = field_named(key_set(key.file, key.kind->key_set), name.c_str());
     if (!key.field) return "no such key in [" + section + "]: " + name;
     key.name = (key.file == kKorvelIni ? "" : file + ":") + section + "." + name;
     return "";

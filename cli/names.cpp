@@ -30,13 +30,10 @@ const char *name_key(const SectionKind *kind) {
 // The text of the name field of an entry (or a group), as the file holds it.
 std::string name_at(const ConfigRecord &record, const SectionKind *kind, int group, int entry) {
     if (!kind) return std::string(record.Group[entry].Name, strnlen(record.Group[entry].Name, sizeof record.Group[entry].Name));
-    const KeySet &keys = key_set(kind->file, kind->key_set);
-    for (int slot = 0; slot < keys.count; ++slot) {
-        if (std::strcmp(keys.fields[slot].key, name_key(kind)) != 0) continue;
-        const char *text = reinterpret_cast<const char *>(entry_at(const_cast<ConfigRecord &>(record), *kind, group, entry) + keys.fields[slot].offset);
-        return std::string(text, strnlen(text, keys.fields[slot].width));
-    }
-    return "";
+    const Field *field = field_named(key_set(kind->file, kind->key_set), name_key(kind));
+    if (!field) return "";
+    const char *text = reinterpret_cast<const char *>(entry_at(const_cast<ConfigRecord &>(record), *kind, group, entry) + field->offset);
+    return std::string(text, strnlen(text, field->width));
 }
 
 }  // namespace

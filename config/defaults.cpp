@@ -41,13 +41,6 @@ const KeySet &keys_of(IniFile file, const char *section) {
     return key_set(-1, 0);
 }
 
-const Field *field_named(const KeySet &keys, const char *key) {
-    for (int slot = 0; slot < keys.count; ++slot) {
-        if (std::strcmp(keys.fields[slot].key, key) == 0) return &keys.fields[slot];
-    }
-    return nullptr;
-}
-
 void store(const Field &field, unsigned char *entry, const DefaultValue &value) {
     unsigned char *where = entry + field.offset;
     if (value.text) {

@@ -253,6 +253,13 @@ const SectionKind kSectionKinds[] = {
 };
 const int kSectionKindCount = static_cast<int>(sizeof kSectionKinds / sizeof kSectionKinds[0]);
 
+const Field *field_named(const KeySet &keys, const char *key) {
+    for (int slot = 0; slot < keys.count; ++slot) {
+        if (std::strcmp(keys.fields[slot].key, key) == 0) return &keys.fields[slot];
+    }
+    return nullptr;
+}
+
 const KeySet &key_set(int file, int set) {
     if (file < 0 || file >= kIniFiles || set < 0 || set >= kKeySets || !kKeySetTable[file][set].fields) {
         return kNoKeys;

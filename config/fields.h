@@ -52,6 +52,8 @@ extern const SectionKind kSectionKinds[];
 extern const int kSectionKindCount;
 
 const KeySet &key_set(int file, int set);
+// The field of `keys` spelled `key`, or null.
+const Field *field_named(const KeySet &keys, const char *key);
 // The kind whose names include `slot` of `file`, or null.
 const SectionKind *section_kind(int file, int slot);
 
