@@ -35,6 +35,11 @@ Reported happened(const std::string &entry, const std::string &what) {
     return line;
 }
 
+// The line of key `name`, of `field` in section kind `kind`, whose value went from `old` to `now`.
+Reported changed(const std::string &name, const SectionKind &kind, const Field &field, const std::string &old, const std::string &now) {
+    return {name, "", true, old, now, secret(kind, field.key), field.kind != FieldKind::Text};
+}
+
 // An entry, or with no kind a group, that the request added.
 struct Added {
     const SectionKind *kind;
@@ -171,7 +176,7 @@ void Request::describe_changes(const ConfigRecord &before) {
         std::string old = key_value(was), value = key_value(now);
         if (old == value) return;
         std::string name = (kind.file == kKorvelIni ? "" : file + ":") + section + "." + now.name.field->key;
-        lines.push_back({name, "", true, old, value, secret(kind, now.name.field->key), now.name.field->kind != FieldKind::Text});
+        lines.push_back(changed(name, kind, *now.name.field, old, value));
     });
 }
 
@@ -218,7 +223,8 @@ std::string Request::remove(const KeyRef &key) {
 std::string Request::change(KeyRef &key, const std::string &value) {
     if (std::string why = place(key); !why.empty()) return why;
     // The value as it stands, in any spelling a dump gives it, is no change.
-    if (value == key_value(key)) return "";
+    const std::string old = key_value(key);
+    if (value == old) return "";
     std::string canonical;
     // A secret given as output hides it keeps its value: a dump applied back changes nothing.
     bool hidden = secret(*key.name.kind, key.name.field->key);
@@ -226,7 +232,6 @@ std::string Request::change(KeyRef &key, const std::string &value) {
     std::string as_given = hidden ? kHidden : value;
     if (std::string allowed = canonical_value(key, value, canonical); !allowed.empty()) return "=" + as_given + ": allowed: " + allowed;
     // A value Korvel reads as the one it has is no change, whatever a screen would accept.
-    std::string old = key_value(key);
     if (old == canonical) return "";
     // A deletion needs no more than the form; it is the screens' own operation.
     if (undefines(key, canonical)) return remove(key);
@@ -241,7 +246,7 @@ std::string Request::change(KeyRef &key, const std::string &value) {
     }
     store_value(key, canonical);
     touched_[Touched{key.group, name.kind, key.entry, name.field->key}] = name.name;
-    lines.push_back({name.name, "", true, old, canonical, secret(*name.kind, name.field->key), name.field->kind != FieldKind::Text});
+    lines.push_back(changed(name.name, *name.kind, *name.field, old, canonical));
     return "";
 }
 
