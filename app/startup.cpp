@@ -10,6 +10,7 @@
 #include "config/model_code.h"
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
+#include "config/journal.h"
 #include "config/language.h"
 #include "config/record.h"
 #include "config/replace_file.h"
@@ -59,26 +60,59 @@ static const char *program_name = "corvane";
 
 [[noreturn]] static void cannot_load_texts() { end_start("Cannot load language strings file !", 5); }
 
-// Before a save: names each file that changed on disk since it was read and
-// asks whether to overwrite them. True when there is nothing to ask, or yes.
+// Before a save: names each file that changed on disk since it was read,
+// or cannot be read now, and asks whether to overwrite them. True when
+// there is nothing to ask, or yes: then the files as they are now are
+// what the save may replace.
 static bool may_overwrite() {
     bool changed = false;
     for (int i = 0; i < kWatchedFiles; ++i) {
-        if (!file_changed(ProgramDir, i)) continue;
+        int how = file_changed(ProgramDir, i);
+        if (!how) continue;
         con_puts("\n\r");
-        con_printf(LangText[kTextChangedOnDisk], kWatchedNames[i]);
+        if (how == kChangedOnDisk) {
+            con_puts(fill_text(LangText[kTextChangedOnDisk], {kWatchedNames[i]}).c_str());
+        } else {
+            con_puts(fill_text(LangText[kTextCannotRead], {kWatchedNames[i], std::strerror(how)}).c_str());
+        }
         changed = true;
     }
-    return !changed || get_yesno(LangText[316], LangText[317], LangText[kTextOverwrite]) == 1;
+    if (!changed) return true;
+    if (get_yesno(LangText[316], LangText[317], LangText[kTextOverwrite]) != 1) return false;
+    remember_files(ProgramDir);
+    return true;
 }
 
-// Saves INI when no outside change is overwritten unasked. 0, -1 when the
-// administrator keeps the outside changes, or SaveINI's error number.
+// The administrator kept the files changed on disk.
+constexpr int kKeptOnDisk = -2;
+
+// Saves INI when no outside change is overwritten unasked, asking again
+// when one comes between the question and the save's commit point. 0,
+// kKeptOnDisk, or SaveINI's error number.
 static int save_all() {
-    if (!may_overwrite()) return -1;
-    int failed = SaveINI();
-    if (!failed) remember_files(ProgramDir);
-    return failed;
+    for (;;) {
+        if (!may_overwrite()) return kKeptOnDisk;
+        int failed = SaveINI();
+        if (failed == kChangedOnDisk) continue;
+        if (!failed) remember_files(ProgramDir);
+        return failed;
+    }
+}
+
+// Why a save failed: the file and the reason, which files changed, and
+// whether the next start finishes it.
+static void say_why_not_saved(int failed) {
+    const char *reason = std::strerror(failed);
+    con_puts("\n\r");
+    con_puts(fill_text(LangText[FailedReading ? kTextCannotRead : kTextCannotWrite], {FailedPath, reason}).c_str());
+    if (SavedFiles[0]) {
+        con_puts("\n\r");
+        con_puts(fill_text(LangText[kTextSavedPartly], {SavedFiles, UnsavedFiles}).c_str());
+    }
+    if (unfinished_save(ProgramDir)) {
+        con_puts("\n\r");
+        con_puts(LangText[kTextSaveFinishedLater]);
+    }
 }
 
 // No valid model code: choose the language, then ask for the code until one
@@ -111,16 +145,13 @@ static int leave() {
             std::memcpy(&INI, &INI1, sizeof INI);
             int failed = save_all();
             con_puts("\n\r");
-            if (failed < 0) {
+            if (failed == kKeptOnDisk) {
                 con_printf("%s\n\r", LangText[kTextNotSaved]);
                 FreeText();
                 return 0;
             }
-            if (failed && SavedFiles[0]) {
-                con_printf(LangText[kTextSavedPartly], SavedFiles, UnsavedFiles);
-            } else {
-                con_printf("%s", failed ? LangText[12] : LangText[15]);
-            }
+            con_printf("%s", failed ? LangText[12] : LangText[15]);
+            if (failed) say_why_not_saved(failed);
             con_puts("\n\r");
             ussleep(1000000);
             con_puts("\n\r");
@@ -145,6 +176,12 @@ int run_editor(int argc, char **argv) {
     if (argc > 0 && argv[0][0]) {
         const char *slash = std::strrchr(argv[0], '/');
         program_name = slash ? slash + 1 : argv[0];
+    }
+    // A save left half done and not finishable now: the files are not one set.
+    if (located && !locked && LastRecoveryError) {
+        std::fprintf(stderr, "%s: %s: an interrupted save cannot be finished: %s\n", program_name, ProgramDir,
+                     std::strerror(LastRecoveryError));
+        end_start("Cannot load initialization file !", 2);
     }
     if (!located || LoadINI() != 0) end_start("Cannot load initialization file !", 2);
     if (AllocText() != 0) end_start("Low memory for strings !", 4);

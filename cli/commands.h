@@ -14,6 +14,15 @@ int run_next(int days);
 // Says what taking the lock found: an interrupted save finished, its staged
 // files removed, or nothing to do.
 int run_recover();
+// Lists the generations the saves kept, oldest first.
+int run_history(bool json);
+// Restores generation `number` (0: the newest, the state before the last
+// save) through a save, which keeps a generation of its own.
+int run_rollback(int number);
+// Writes generation "@N" out as a directory of its own, named in `made`,
+// for reading; "" or why not. remove_generation_directory takes it away.
+std::string generation_directory(const std::string &name, std::string &made);
+void remove_generation_directory(const std::string &made);
 // Lists the keys `pattern` matches (all when empty); or, `completing`, the
 // names that begin with it.
 int run_keys(const std::string &pattern, bool json, bool completing);

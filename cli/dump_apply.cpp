@@ -11,6 +11,7 @@
 #include "cli/keys.h"
 #include "cli/store.h"
 #include "config/files.h"
+#include "config/history.h"
 #include "config/record.h"
 #include "console/terminal.h"
 
@@ -92,7 +93,7 @@ void print_json(const std::vector<KeyRef> &keys) {
 }
 
 void print_report_json(const std::vector<Reported> &lines, const std::vector<std::string> &notes, const std::vector<std::string> &written) {
-    Json report = {{"changes", Json::array()}, {"entries", Json::array()}, {"notes", notes}, {"written", written}, {"generation", nullptr}};
+    Json report = {{"changes", Json::array()}, {"entries", Json::array()}, {"notes", notes}, {"written", written}, {"generation", LastGeneration ? Json(LastGeneration) : Json(nullptr)}};
     for (const Reported &line : lines) {
         if (!line.change) {
             report["entries"].push_back({{"entry", line.subject}, {"what", line.what}});
@@ -169,7 +170,15 @@ int run_diff(const std::string &other, bool json) {
     // Here first: loading the other directory replaces the record.
     std::vector<std::pair<std::string, Json>> here = saved_values(), there;
     struct stat state;
-    if (other != "-" && stat(other.c_str(), &state) == 0 && S_ISDIR(state.st_mode)) {
+    if (other[0] == '@') {
+        std::string made;
+        std::string why = generation_directory(other, made);
+        int status = why.empty() ? load_directory(made, false) : kCannotLoad;
+        if (status == kDone) there = saved_values();
+        if (!made.empty()) remove_generation_directory(made);
+        if (!why.empty()) complain(why);
+        if (status != kDone) return kCannotLoad;
+    } else if (other != "-" && stat(other.c_str(), &state) == 0 && S_ISDIR(state.st_mode)) {
         if (load_directory(other, false) != kDone) return kCannotLoad;
         there = saved_values();
     } else if (std::string why = read_dump(other, there); !why.empty()) {

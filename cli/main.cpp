@@ -48,7 +48,7 @@ int main(int argc, char **argv) {
     apply->add_flag("--dry-run", dry_run, "print what would change, write nothing");
     apply->add_flag("--json", json, "as one JSON object: changes, entries, notes, files written");
     auto *diff = app.add_subcommand("diff", "print the keys whose values differ from another Korvel directory's or a dump's");
-    diff->add_option("OTHER", source, "a Korvel directory, a JSON file of the dump's shape, or - for standard input")->required();
+    diff->add_option("OTHER", source, "a Korvel directory, a JSON file of the dump's shape, - for standard input, or @N for generation N")->required();
     diff->add_flag("--json", json, "as a JSON list of key, here, other, secret");
     auto *check = app.add_subcommand("check", "report what Korvel will read differently from what the files say");
     check->add_flag("--json", json, "as a JSON list");
@@ -58,6 +58,11 @@ int main(int argc, char **argv) {
     profile->add_option("GROUP", group, "the group: its file's number (01) or its name")->required();
     profile->add_option("FILE", source, "the profile file")->required();
     auto *recover = app.add_subcommand("recover", "finish a save that was interrupted, or remove what it staged (run before Korvel starts)");
+    auto *history = app.add_subcommand("history", "list the generations the last saves kept: number, time, program, user, keys changed");
+    history->add_flag("--json", json, "as a JSON list");
+    auto *rollback = app.add_subcommand("rollback", "restore the files of a generation (default: as they were before the last save)");
+    int generation = 0;
+    rollback->add_option("N", generation, "the generation's number, as history lists it")->check(CLI::PositiveNumber);
     auto *next = app.add_subcommand("next", "print the coming scheduled actions");
     next->add_option("--days", days, "how many days ahead (default 100)");
     auto *keys_command = app.add_subcommand("keys", "list every key with its file, type, accepted values, default, and whether it is secret");
@@ -89,7 +94,8 @@ int main(int argc, char **argv) {
     }
     if (realpath(directory.c_str(), where)) directory = where;
     // A dry run writes nothing, so it needs no lock: it works while an editor runs.
-    bool writes = ((set->parsed() || apply->parsed()) && !dry_run) || (profile->parsed() && action == "load") || recover->parsed();
+    bool writes = ((set->parsed() || apply->parsed()) && !dry_run) || (profile->parsed() && action == "load") || recover->parsed() ||
+                  rollback->parsed();
     if (check->parsed()) prepare_check();
     // A read of korvel.ini alone needs no other file.
     if (int status = load_directory(directory, writes, get->parsed() ? files_for(keys) : 5, wait_seconds)) return status;
@@ -100,6 +106,8 @@ int main(int argc, char **argv) {
         if (dump->parsed()) return run_dump(json);
         if (diff->parsed()) return run_diff(source, json);
         if (recover->parsed()) return run_recover();
+        if (history->parsed()) return run_history(json);
+        if (rollback->parsed()) return run_rollback(generation);
         if (apply->parsed()) return run_apply(source, {dry_run, json, false});
         if (check->parsed()) return run_check(json);
         if (profile->parsed()) return run_profile(action, group, source);

@@ -139,10 +139,32 @@ bool reads_alike(const FileTexts &texts, const bool *wanted, const std::vector<s
 
 }  // namespace
 
+// A save that changed no file: why, and the files it concerns.
+static int not_saved(int error, const std::string &files) {
+    if (error == kChangedOnDisk) return complain(files + " changed on disk meanwhile: nothing written"), kRefused;
+    return complain("saving failed: " + files + ": " + std::strerror(error) + "; no file changed"), kRefused;
+}
+
+int saved(int error, std::vector<std::string> &written) {
+    for (const char *name = SavedFiles; *name;) {
+        size_t length = std::strcspn(name, " ");
+        written.emplace_back(name, length);
+        name += length + (name[length] == ' ');
+    }
+    if (error && (error == kChangedOnDisk || !*SavedFiles)) return not_saved(error, error == kChangedOnDisk ? ChangedFiles : FailedPath);
+    if (error) {
+        complain(std::string("saving failed: ") + FailedPath + ": " + std::strerror(error) + "; changed: " + SavedFiles +
+                 "; not changed: " + (*UnsavedFiles ? UnsavedFiles : "none") +
+                 (unfinished_save(ProgramDir) ? "; corvanectl recover (or the next Corvane to take the lock) finishes the save" : ""));
+        return kRefused;
+    }
+    return kDone;
+}
+
 int save_changes(std::vector<std::string> &written, const std::vector<std::string> &removed, std::vector<std::string> &notes) {
     // A file changed by hand while we read and checked is not overwritten.
     for (int i = 0; i < kWatchedFiles; ++i) {
-        if (file_changed(ProgramDir, i)) return complain(std::string(kWatchedNames[i]) + " changed on disk meanwhile: nothing written"), kRefused;
+        if (int how = file_changed(ProgramDir, i)) return not_saved(how, kWatchedNames[i]);
     }
     // The texts of the record as read and of the working copy, each made the
     // way a save makes it; the save writes only the files whose text differs.
@@ -169,25 +191,10 @@ int save_changes(std::vector<std::string> &written, const std::vector<std::strin
             wanted[i] = true;
         }
     }
-    error = WriteTexts(after, wanted);
+    error = WriteTexts(after, wanted, removed);
     FreeTexts(after);
     if (!error) INI = INI1;
-    for (const char *name = SavedFiles; *name;) {
-        size_t length = std::strcspn(name, " ");
-        written.emplace_back(name, length);
-        name += length + (name[length] == ' ');
-    }
-    if (error) {
-        complain(std::string("saving failed: ") + std::strerror(error) +
-                 (*SavedFiles ? std::string("; written: ") + SavedFiles + "; not written: " + UnsavedFiles : "; no file changed"));
-        return kRefused;
-    }
-    for (const std::string &name : removed) {
-        if (std::remove((ProgramDir + name).c_str()) != 0 && errno != ENOENT) {
-            return complain("saving failed: " + name + ": " + std::strerror(errno) + "; every other file is written"), kRefused;
-        }
-    }
-    return kDone;
+    return saved(error, written);
 }
 
 void store_defaults() {

@@ -34,6 +34,9 @@ int save_changes(std::vector<std::string> &written, const std::vector<std::strin
 // stores (an empty serial device, a zero mail port ...), writing nothing:
 // entries are then numbered as the save numbers them.
 void store_defaults();
+// What WriteTexts' `error` means, said: `written` gets the files it
+// changed. kDone, or kRefused with the reason said.
+int saved(int error, std::vector<std::string> &written);
 
 // The language texts (the record's language, else English), for what
 // corvanectl shows as the editor does. False when none can be read.

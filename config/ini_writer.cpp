@@ -1,5 +1,6 @@
 #include "config/ini_writer.h"
 
+#include "config/history.h"
 #include "config/journal.h"
 
 #include <cerrno>
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <unistd.h>
 #include <initializer_list>
+#include <set>
 
 #include "config/codec.h"
 #include "config/defaults.h"
@@ -111,35 +113,92 @@ const char *failure_message(const char *name) {
     return "\n\rSaveGroupsINI fail ";
 }
 
-// Puts every staged file in place, after the journal that makes the set
-// one commit. A failure before the journal's commit point leaves every file
-// old; one after it (rare: everything is on disk already) leaves the names
-// of the files that are new and those that are not yet, which the next
-// Corvane process to take the lock puts in place from the journal.
-int commit_staged(ReplaceFile *staged, int count) {
-    int journaled = journal_write(ProgramDir, staged, count);
-    if (journaled && journaled != ENOTSUP) {
+// Puts every staged file (`names` are their names) in place and removes
+// the files `removed`, after the journal that makes it all one commit,
+// with the generation that keeps the files as they were. A failure before
+// the commit point leaves every file old; one after it (rare: everything
+// is on disk already) leaves the names of the files that changed and those
+// that did not yet, which the next Corvane process to take the lock
+// finishes from the journal.
+int commit_staged(ReplaceFile *staged, const char *const *names, int count, const std::vector<std::string> &removed) {
+    std::vector<NewFile> changes;
+    std::vector<JournalStep> steps;
+    for (int i = 0; i < count; ++i) {
+        const ReplaceFile &file = staged[i];
+        changes.push_back({names[i], std::string(file.bytes, file.size), false});
+        steps.push_back({file.temporary, file.target, file.temporary[0] ? "" : changes.back().bytes, false});
+    }
+    for (const std::string &name : removed) {
+        changes.push_back({name, "", true});
+        steps.push_back({"", ProgramDir + name, "", true});
+    }
+    // The staged copies' names are durable before the journal that names them.
+    std::set<std::string> directories;
+    for (int i = 0; i < count; ++i) {
+        const char *slash = std::strrchr(staged[i].target, '/');
+        if (staged[i].temporary[0]) directories.insert(slash ? std::string(staged[i].target, static_cast<size_t>(slash + 1 - staged[i].target)) : ".");
+    }
+    for (const std::string &directory : directories) {
+        if (int error = sync_directory(directory.c_str())) {
+            std::snprintf(FailedPath, sizeof FailedPath, "%s", directory.c_str());
+            for (int i = 0; i < count; ++i) replace_discard(staged[i]);
+            return error;
+        }
+    }
+    JournalStep generation;
+    int number = 0;
+    auto last_look = [&] {
+        int result = outside_changes(staged, count);
+        FailedReading = result > 0;
+        return result;
+    };
+    int error = history_stage(ProgramDir, changes, generation, number);
+    if (!error) {
+        steps.push_back(generation);
+        error = journal_write(ProgramDir, steps, last_look);
+        if (error) unlink(generation.staged.c_str());
+    } else if (error != ENOTSUP) {
+        std::snprintf(FailedPath, sizeof FailedPath, "%s", generation.staged.c_str());
+    }
+    const bool journaled = !error;
+    // Without a journal, the last look comes just before the files are replaced.
+    if (error == ENOTSUP) error = last_look();
+    if (error) {
+        if (!FailedPath[0]) std::snprintf(FailedPath, sizeof FailedPath, "%s%s", ChangedFiles[0] ? "" : ProgramDir, ChangedFiles[0] ? ChangedFiles : kJournalName);
         for (int i = 0; i < count; ++i) replace_discard(staged[i]);
-        return journaled;
+        return error;
     }
     int first_error = 0, done = 0;
-    if (!journaled) {
+    if (journaled) {
         // From the journal, as a recovery would: what it has not done stays to do.
-        first_error = journal_finish(ProgramDir, &done);
+        std::string failed;
+        first_error = journal_finish(ProgramDir, &done, &failed);
+        std::snprintf(FailedPath, sizeof FailedPath, "%s", failed.c_str());
         for (int i = 0; i < count; ++i) {
             staged[i].temporary[0] = '\0';
             if (staged[i].descriptor >= 0) close(staged[i].descriptor), staged[i].descriptor = -1;
         }
+        LastGeneration = number;
+        if (!first_error) history_prune(ProgramDir);
     }
     char *fresh = SavedFiles, *old = UnsavedFiles;
     for (int i = 0; i < count; ++i) {
-        const char *name = std::strrchr(staged[i].target, '/');
-        name = name ? name + 1 : staged[i].target;
-        int error = !journaled ? (i < done ? 0 : first_error) : first_error ? ECANCELED : replace_commit(staged[i]);
+        int error = journaled ? 0 : first_error ? ECANCELED : replace_commit(staged[i]);
+        bool changed = journaled ? i < done : !error || staged[i].placed;
+        if (error && !first_error) {
+            first_error = error;
+            std::snprintf(FailedPath, sizeof FailedPath, "%s", staged[i].target);
+        }
         replace_discard(staged[i]);
-        if (error && !first_error) first_error = error;
-        char *list = error ? old : fresh;
-        std::snprintf(list + std::strlen(list), sizeof SavedFiles - std::strlen(list), "%s%s", *list ? " " : "", name);
+        char *list = changed ? fresh : old;
+        std::snprintf(list + std::strlen(list), sizeof SavedFiles - std::strlen(list), "%s%s", *list ? " " : "", names[i]);
+    }
+    for (size_t i = 0; !journaled && !first_error && i < removed.size(); ++i) {
+        std::string path = ProgramDir + removed[i];
+        if (unlink(path.c_str()) != 0 && errno != ENOENT) {
+            first_error = errno;
+            std::snprintf(FailedPath, sizeof FailedPath, "%s", path.c_str());
+        }
     }
     return first_error;
 }
@@ -207,17 +266,21 @@ int ProduceINI(ConfigRecord &record, FileTexts &texts) {
     return 0;
 }
 
-char SavedFiles[256], UnsavedFiles[256];
+char SavedFiles[256], UnsavedFiles[256], FailedPath[4096];
+bool FailedReading;
 
-int WriteTexts(const FileTexts &texts, const bool *wanted) {
+int WriteTexts(const FileTexts &texts, const bool *wanted, const std::vector<std::string> &removed) {
     // A signal that ends the editor waits until every file is in place or
     // none is: never a temporary left, never half a set.
     sigset_t held, before;
     sigemptyset(&held);
     for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaddset(&held, number);
     sigprocmask(SIG_BLOCK, &held, &before);
-    SavedFiles[0] = UnsavedFiles[0] = '\0';
+    SavedFiles[0] = UnsavedFiles[0] = FailedPath[0] = ChangedFiles[0] = '\0';
+    FailedReading = false;
+    LastGeneration = 0;
     static ReplaceFile staged[kSavedFiles];
+    const char *names[kSavedFiles];
     int count = 0, result = 0;
     for (int i = 0; i < texts.count; ++i) {
         if (wanted && !wanted[i]) continue;
@@ -232,15 +295,16 @@ int WriteTexts(const FileTexts &texts, const bool *wanted) {
         }
         if (error) {
             printfc(failure_message(text.name));
+            std::snprintf(FailedPath, sizeof FailedPath, "%s", path);
             result = error;
             break;
         }
-        ++count;
+        names[count++] = text.name;
     }
     if (result) {
         for (int i = 0; i <= count && i < kSavedFiles; ++i) replace_discard(staged[i]);
     } else {
-        result = commit_staged(staged, count);
+        result = commit_staged(staged, names, count, removed);
     }
     sigprocmask(SIG_SETMASK, &before, nullptr);
     return result;

@@ -8,6 +8,8 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
+#include <vector>
 
 #include "config/fields.h"
 #include "config/record.h"
@@ -40,13 +42,21 @@ int ProduceFile(IniFile file, ConfigRecord &record, int group, FileText &text);
 void FreeTexts(FileTexts &texts);
 
 // Saves the texts of `texts` whose `wanted` flag is set (every one when
-// `wanted` is null) to ProgramDir: each is staged in order, and only when
-// all are staged are they put in place. 0, or the error number of the first
-// file that could not be staged (then no file has changed) or put in place
-// (then UnsavedFiles names the files that are not new, SavedFiles those that
-// are). Signals that end the program wait until it returns.
-int WriteTexts(const FileTexts &texts, const bool *wanted = nullptr);
-extern char SavedFiles[256], UnsavedFiles[256];
+// `wanted` is null) to ProgramDir and removes the files `removed` there:
+// each is staged in order, and only when all are staged, and the files are
+// still as remember_files found them, are they put in place. 0; or the
+// error number of the first file that could not be staged (then no file
+// has changed); kChangedOnDisk when files changed meanwhile (named in
+// ChangedFiles; nothing changed); or the error number of a file that could
+// not be put in place (then UnsavedFiles names the files that did not
+// change, SavedFiles those that did, and unfinished_save says whether the
+// journal is left for the next Corvane process to finish). FailedPath
+// names the file or directory an error concerns, FailedReading says
+// whether the error was met reading it. Signals that end the
+// program wait until it returns.
+int WriteTexts(const FileTexts &texts, const bool *wanted = nullptr, const std::vector<std::string> &removed = {});
+extern char SavedFiles[256], UnsavedFiles[256], FailedPath[4096];
+extern bool FailedReading;
 
 // Produces and saves every file from INI. The defaults the save applies
 // are stored in INI once the files are staged; a failure before leaves INI

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <dirent.h>
+#include <functional>
 #include <fcntl.h>
 #include <set>
 #include <string>
@@ -11,6 +12,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "config/history.h"
 #include "config/replace_file.h"
 
 Recovery LastRecovery = Recovery::Nothing;
@@ -25,14 +27,8 @@ std::string directory_part(const std::string &path) {
     return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
-// One step of a journal: a staged copy renamed over its target, or (with
-// no staged copy) the target rewritten in place with `text`.
-struct Step {
-    std::string staged, target, text;
-};
-
 // The steps of the journal's text; false when it is not a whole journal.
-bool parse(const std::string &journal, std::vector<Step> &steps) {
+bool parse(const std::string &journal, std::vector<JournalStep> &steps) {
     if (journal.compare(0, std::strlen(kJournalHeader), kJournalHeader) != 0) return false;
     size_t at = std::strlen(kJournalHeader);
     auto line = [&](std::string &out) {
@@ -43,9 +39,12 @@ bool parse(const std::string &journal, std::vector<Step> &steps) {
     };
     for (std::string kind; line(kind);) {
         if (kind == "end") return at == journal.size();
-        Step step;
+        JournalStep step;
         std::string size;
         if (kind == "rename" && line(step.staged) && line(step.target)) {
+            steps.push_back(step);
+        } else if (kind == "remove" && line(step.target)) {
+            step.remove = true;
             steps.push_back(step);
         } else if (kind == "inplace" && line(step.target) && line(size) && !size.empty() &&
                    size.find_first_not_of("0123456789") == std::string::npos && std::stoul(size) <= journal.size() - at) {
@@ -59,18 +58,22 @@ bool parse(const std::string &journal, std::vector<Step> &steps) {
     return false;
 }
 
-int rewrite(const Step &step) {
+// `began` is set once the target has been written to.
+int rewrite(const JournalStep &step, bool &began) {
     int descriptor = open(step.target.c_str(), O_WRONLY | O_CLOEXEC);
     if (descriptor < 0) return errno;
     // The space first, so that a full disk stops the rewrite before it starts.
     int error = reserve_space(descriptor, static_cast<off_t>(step.text.size()));
+    began = !error;
     if (!error) error = write_all(descriptor, step.text.data(), step.text.size(), 0);
     if (!error && (ftruncate(descriptor, static_cast<off_t>(step.text.size())) != 0 || SaveSync(descriptor) != 0)) error = errno;
     if (close(descriptor) != 0 && !error) error = errno;
     return error;
 }
 
-bool read_whole(const std::string &path, std::string &text) {
+}  // namespace
+
+bool read_whole_file(const std::string &path, std::string &text) {
     std::FILE *stream = std::fopen(path.c_str(), "rb");
     if (!stream) return false;
     char block[65536];
@@ -79,8 +82,6 @@ bool read_whole(const std::string &path, std::string &text) {
     std::fclose(stream);
     return ok;
 }
-
-}  // namespace
 
 bool staged_name(const char *name) {
     size_t length = std::strlen(name);
@@ -92,18 +93,24 @@ bool staged_name(const char *name) {
     return false;
 }
 
-int journal_write(const char *directory, const ReplaceFile *staged, int count) {
-    std::string own = std::string(directory) + kCorvaneDir;
+int corvane_directory(const char *directory, std::string &own) {
+    own = std::string(directory) + kCorvaneDir;
+    struct stat state;
     if (mkdir(own.c_str(), 0700) != 0 && errno != EEXIST) return ENOTSUP;
-    if (access(own.c_str(), W_OK) != 0) return ENOTSUP;
+    return stat(own.c_str(), &state) == 0 && S_ISDIR(state.st_mode) && access(own.c_str(), W_OK) == 0 ? 0 : ENOTSUP;
+}
+
+int journal_write(const char *directory, const std::vector<JournalStep> &steps, const std::function<int()> &check) {
+    std::string own;
+    if (corvane_directory(directory, own)) return ENOTSUP;
     std::string text = kJournalHeader;
-    for (int i = 0; i < count; ++i) {
-        const ReplaceFile &file = staged[i];
-        if (file.temporary[0]) {
-            text += std::string("rename\n") + file.temporary + "\n" + file.target + "\n";
+    for (const JournalStep &step : steps) {
+        if (step.remove) {
+            text += "remove\n" + step.target + "\n";
+        } else if (!step.staged.empty()) {
+            text += "rename\n" + step.staged + "\n" + step.target + "\n";
         } else {
-            text += std::string("inplace\n") + file.target + "\n" + std::to_string(file.size) + "\n";
-            text.append(file.bytes, file.size);
+            text += "inplace\n" + step.target + "\n" + std::to_string(step.text.size()) + "\n" + step.text;
         }
     }
     text += "end\n";
@@ -113,6 +120,8 @@ int journal_write(const char *directory, const ReplaceFile *staged, int count) {
     int error = write_all(descriptor, text.data(), text.size(), 0);
     if (!error && SaveSync(descriptor) != 0) error = errno;
     if (close(descriptor) != 0 && !error) error = errno;
+    // The last look at the files before the save cannot be taken back.
+    if (!error && check) error = check();
     if (!error && SaveRename(fresh.c_str(), journal.c_str()) != 0) error = errno;
     // The commit point: the journal's name on disk.
     if (!error) error = sync_directory(own.c_str());
@@ -120,36 +129,47 @@ int journal_write(const char *directory, const ReplaceFile *staged, int count) {
     return error;
 }
 
-int journal_finish(const char *directory, int *done) {
+int journal_finish(const char *directory, int *done, std::string *failed) {
     if (done) *done = 0;
     std::string journal = std::string(directory) + kJournalName, text;
-    std::vector<Step> steps;
+    std::vector<JournalStep> steps;
+    auto failing = [&](const std::string &path, int error) {
+        if (failed) *failed = path;
+        return error;
+    };
     // A journal that is not whole was never the commit point.
-    if (read_whole(journal, text) && parse(text, steps)) {
+    if (read_whole_file(journal, text) && parse(text, steps)) {
         std::set<std::string> directories;
-        for (const Step &step : steps) {
+        for (const JournalStep &step : steps) {
             int error = 0;
-            if (step.staged.empty()) {
-                error = rewrite(step);
+            bool began = false;
+            if (step.remove) {
+                began = unlink(step.target.c_str()) == 0;
+                if (!began && errno != ENOENT) error = errno;
+            } else if (step.staged.empty()) {
+                error = rewrite(step, began);
             } else if (access(step.staged.c_str(), F_OK) == 0) {  // not renamed yet
                 error = SaveRename(step.staged.c_str(), step.target.c_str()) == 0 ? 0 : errno;
                 // A file mounted on its own cannot be renamed over: rewritten
                 // in place from its staged copy, which goes once it is.
-                Step in_place{"", step.target, ""};
-                if ((error == EBUSY || error == EXDEV) && read_whole(step.staged, in_place.text) && (error = rewrite(in_place)) == 0) {
+                JournalStep in_place{"", step.target, "", false};
+                if ((error == EBUSY || error == EXDEV) && read_whole_file(step.staged, in_place.text) &&
+                    (error = rewrite(in_place, began)) == 0) {
                     unlink(step.staged.c_str());
                 }
             }
-            if (error) return error;
-            if (done) ++*done;
+            if (done && (began || !error)) ++*done;
+            if (error) return failing(step.target, error);
             directories.insert(directory_part(step.target));
         }
         for (const std::string &each : directories) {
-            if (int error = sync_directory(each.c_str())) return error;
+            if (int error = sync_directory(each.c_str())) return failing(each, error);
         }
     }
-    if (unlink(journal.c_str()) != 0 && errno != ENOENT) return errno;
-    return sync_directory((std::string(directory) + kCorvaneDir).c_str());
+    if (unlink(journal.c_str()) != 0 && errno != ENOENT) return failing(journal, errno);
+    std::string own = std::string(directory) + kCorvaneDir;
+    int error = sync_directory(own.c_str());
+    return error ? failing(own, error) : 0;
 }
 
 bool unfinished_save(const char *directory) { return access((std::string(directory) + kJournalName).c_str(), F_OK) == 0; }
@@ -170,6 +190,8 @@ int recover_directory(const char *directory, Recovery &found) {
         found = Recovery::Cleaned;
     }
     closedir(listing);
-    if (unlink((std::string(directory) + kCorvaneDir + "journal.new").c_str()) == 0) found = Recovery::Cleaned;
+    for (const char *name : {"journal.new", kStagedGeneration}) {
+        if (unlink((std::string(directory) + kCorvaneDir + name).c_str()) == 0) found = Recovery::Cleaned;
+    }
     return error;
 }

@@ -11,21 +11,42 @@
 // an interrupted save left.
 #pragma once
 
+#include <functional>
+#include <string>
+#include <vector>
+
 #include "config/replace_file.h"
 
 // Corvane's directory inside a Korvel directory, and the journal's name there.
 constexpr const char *kCorvaneDir = ".corvane/";
 constexpr const char *kJournalName = ".corvane/journal";
 
-// Writes and syncs the journal of the `count` staged files into
-// `directory` (ending in "/"). 0 once it is the commit point; ENOTSUP when
-// the directory cannot hold it (then the save commits without one, as
-// before); another error number when it failed (nothing was replaced).
-int journal_write(const char *directory, const ReplaceFile *staged, int count);
-// Puts in place what the journal of `directory` lists, syncs the
-// directories and removes the journal. 0, or the error number; `done`, when
-// given, gets how many of its files are in place.
-int journal_finish(const char *directory, int *done = nullptr);
+// Makes Corvane's directory inside `directory` where there is none, its
+// path in `own`. 0, or ENOTSUP when there cannot be one that we may write.
+int corvane_directory(const char *directory, std::string &own);
+
+// One step of a save: a staged copy renamed over its target, a target
+// rewritten in place with `text` (no staged copy), or a target removed.
+struct JournalStep {
+    std::string staged, target, text;
+    bool remove = false;
+};
+
+// Writes and syncs the journal of `steps` into `directory` (ending in "/");
+// `check`, when given, is asked last, just before the commit point, and
+// its non-zero result abandons the save. 0 once the journal is the commit
+// point; ENOTSUP when the directory cannot hold it (then the save commits
+// without one, as before); else the error number or `check`'s result
+// (nothing was replaced).
+int journal_write(const char *directory, const std::vector<JournalStep> &steps, const std::function<int()> &check = nullptr);
+// Does what the journal of `directory` lists, syncs the directories and
+// removes the journal. 0, or the error number, with the path it concerns in
+// `failed`; `done`, when given, gets how many of its steps changed their
+// target, a rewrite counted from its first write.
+int journal_finish(const char *directory, int *done = nullptr, std::string *failed = nullptr);
+
+// The whole of a file. False when it cannot be read.
+bool read_whole_file(const std::string &path, std::string &text);
 
 // What the last recover_directory found.
 enum class Recovery { Nothing, Finished, Cleaned };

@@ -2,6 +2,7 @@
 
 #include "config/journal.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -9,9 +10,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <string>
 #include <sys/file.h>
 #include <sys/sysmacros.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 static ssize_t write_at(int descriptor, const void *bytes, size_t size, off_t offset) {
@@ -21,6 +24,7 @@ static ssize_t write_at(int descriptor, const void *bytes, size_t size, off_t of
 ssize_t (*SaveWrite)(int, const void *, size_t, off_t) = write_at;
 int (*SaveSync)(int) = fsync;
 int (*SaveRename)(const char *, const char *) = rename;
+ssize_t (*SaveRead)(int, void *, size_t) = read;
 
 // Follows symbolic links from `path` (in place), so that the link stays and
 // its target is replaced. A dangling link resolves to the file it names.
@@ -137,6 +141,25 @@ static bool rename_keeps_identity(int temporary, const struct stat &old) {
     return fchown(temporary, old.st_uid, old.st_gid) == 0;
 }
 
+// Gives the staged copy every extended attribute of the file it replaces:
+// POSIX ACLs and security labels among them. False when one cannot be given.
+static bool copy_attributes(const char *target, int descriptor) {
+    ssize_t length = listxattr(target, nullptr, 0);
+    if (length < 0) return errno == ENOTSUP;  // a file system without them has none to lose
+    std::string names(static_cast<size_t>(length), '\0');
+    length = listxattr(target, &names[0], names.size());
+    if (length < 0) return false;
+    names.resize(static_cast<size_t>(length));
+    for (size_t at = 0; at < names.size(); at += std::strlen(&names[at]) + 1) {
+        const char *name = &names[at];
+        ssize_t size = getxattr(target, name, nullptr, 0);
+        std::string value(size > 0 ? static_cast<size_t>(size) : 0, '\0');
+        if (size < 0 || getxattr(target, name, &value[0], value.size()) != size) return false;
+        if (fsetxattr(descriptor, name, value.data(), value.size(), 0) != 0) return false;
+    }
+    return true;
+}
+
 int replace_stage(ReplaceFile &file) {
     if (!file.stream) return file.error ? file.error : EBADF;
     FILE *stream = file.stream;
@@ -182,7 +205,16 @@ int replace_stage(ReplaceFile &file) {
         umask(mask);
         mode = 0666 & ~mask;
     }
-    int error = fchmod(descriptor, mode) != 0 ? errno : write_all(descriptor, file.bytes, file.size, 0);
+    int error = fchmod(descriptor, mode) != 0 ? errno : 0;
+    if (!error && exists && !copy_attributes(file.target, descriptor)) {
+        // What the new file cannot carry (an ACL, a security label), the old one keeps.
+        close(descriptor);
+        unlink(file.temporary);
+        file.temporary[0] = '\0';
+        error = stage_in_place(file);
+        return error ? fail(file, error) : 0;
+    }
+    if (!error) error = write_all(descriptor, file.bytes, file.size, 0);
     if (!error && SaveSync(descriptor) != 0) error = errno;
     if (close(descriptor) != 0 && !error) error = errno;
     return error ? fail(file, error) : 0;
@@ -190,6 +222,7 @@ int replace_stage(ReplaceFile &file) {
 
 // Overwrites the target with the new bytes and cuts it to their length.
 static int overwrite(ReplaceFile &file) {
+    file.placed = true;  // from its first write on, the old text is no more
     if (int error = write_all(file.descriptor, file.bytes, file.size, 0)) return error;
     if (ftruncate(file.descriptor, static_cast<off_t>(file.size)) != 0 || SaveSync(file.descriptor) != 0) return errno;
     int descriptor = file.descriptor;
@@ -204,9 +237,10 @@ int replace_commit(ReplaceFile &file) {
     } else if (file.temporary[0]) {
         if (SaveRename(file.temporary, file.target) == 0) {
             file.temporary[0] = '\0';
+            file.placed = true;
             char directory[sizeof file.target];
             directory_of(file.target, directory, sizeof directory);
-            sync_directory(directory);  // makes the rename itself durable
+            error = sync_directory(directory);  // the rename is not saved until it is durable
         } else if (errno == EBUSY || errno == EXDEV) {
             // A file mounted on its own cannot be renamed over: rewritten in
             // place instead, its space reserved before anything changes.
@@ -292,14 +326,18 @@ const char *const kWatchedNames[kWatchedFiles] = {
 
 namespace {
 
+// A watched file as read: what it holds and which file it is.
 struct Seen {
     bool existed = false;
+    int error = 0;  // the error number of opening or reading it
+    dev_t device = 0;
+    ino_t inode = 0;
     char *bytes = nullptr;
     size_t size = 0;
 };
 Seen seen[kWatchedFiles];
+char seen_directory[PATH_MAX];  // "" until remember_files
 
-// The whole file, or existed false when there is none.
 Seen read_whole(const char *directory, int index) {
     char path[PATH_MAX];
     std::snprintf(path, sizeof path, "%s%s", directory, kWatchedNames[index]);
@@ -307,24 +345,31 @@ Seen read_whole(const char *directory, int index) {
     int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0) {
         file.existed = errno != ENOENT;
+        file.error = file.existed ? errno : 0;
         return file;
     }
     file.existed = true;
     struct stat state;
-    if (fstat(descriptor, &state) != 0 || !S_ISREG(state.st_mode)) {
+    if (fstat(descriptor, &state) != 0) file.error = errno;
+    if (file.error || !S_ISREG(state.st_mode)) {
         close(descriptor);  // only a regular file has bytes worth comparing
         return file;
     }
+    file.device = state.st_dev, file.inode = state.st_ino;
     size_t room = 0;
     for (;;) {
         if (file.size == room) {
             room = room ? room * 2 : 16384;
             char *grown = static_cast<char *>(std::realloc(file.bytes, room));
-            if (!grown) break;
+            if (!grown) {
+                file.error = ENOMEM;
+                break;
+            }
             file.bytes = grown;
         }
-        ssize_t n = read(descriptor, file.bytes + file.size, room - file.size);
+        ssize_t n = SaveRead(descriptor, file.bytes + file.size, room - file.size);
         if (n < 0 && errno == EINTR) continue;
+        if (n < 0) file.error = errno;
         if (n <= 0) break;
         file.size += static_cast<size_t>(n);
     }
@@ -335,17 +380,52 @@ Seen read_whole(const char *directory, int index) {
 }  // namespace
 
 void remember_files(const char *directory) {
+    std::snprintf(seen_directory, sizeof seen_directory, "%s", directory);
     for (int i = 0; i < kWatchedFiles; ++i) {
         std::free(seen[i].bytes);
         seen[i] = read_whole(directory, i);
     }
 }
 
-bool file_changed(const char *directory, int index) {
+int file_changed(const char *directory, int index, size_t reserved) {
     Seen now = read_whole(directory, index);
     const Seen &before = seen[index];
-    bool changed = now.existed != before.existed || now.size != before.size ||
-                   (now.size && std::memcmp(now.bytes, before.bytes, now.size) != 0);
+    // Where the space could only be reserved by moving the end, the file
+    // rewritten in place ends in zeros up to the new text's length: ours.
+    if (now.size > before.size && now.size <= reserved && now.inode == before.inode &&
+        std::all_of(now.bytes + before.size, now.bytes + now.size, [](char byte) { return byte == 0; })) {
+        now.size = before.size;
+    }
+    int result = 0;
+    if (now.error && now.error != before.error) {
+        result = now.error;  // a read error is no change: it is said as what it is
+    } else if (now.existed != before.existed || now.device != before.device || now.inode != before.inode ||
+               now.size != before.size || (now.size && std::memcmp(now.bytes, before.bytes, now.size) != 0)) {
+        result = kChangedOnDisk;
+    }
     std::free(now.bytes);
-    return changed;
+    return result;
+}
+
+char ChangedFiles[256];
+
+int outside_changes(const ReplaceFile *staged, int count) {
+    ChangedFiles[0] = '\0';
+    int first = 0;
+    for (int i = 0; i < kWatchedFiles && seen_directory[0]; ++i) {
+        size_t reserved = 0;
+        for (int k = 0; k < count; ++k) {
+            struct stat state;
+            if (staged[k].descriptor >= 0 && fstat(staged[k].descriptor, &state) == 0 && state.st_ino == seen[i].inode &&
+                state.st_dev == seen[i].device) {
+                reserved = staged[k].size;
+            }
+        }
+        int result = file_changed(seen_directory, i, reserved);
+        if (!result || (first && result != first)) continue;
+        if (!first) first = result;
+        size_t used = std::strlen(ChangedFiles);
+        std::snprintf(ChangedFiles + used, sizeof ChangedFiles - used, "%s%s", used ? " " : "", kWatchedNames[i]);
+    }
+    return first;
 }

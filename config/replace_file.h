@@ -22,6 +22,8 @@
 extern ssize_t (*SaveWrite)(int descriptor, const void *bytes, size_t size, off_t offset);
 extern int (*SaveSync)(int descriptor);
 extern int (*SaveRename)(const char *from, const char *to);
+// The read of a file compared with what was read before the save.
+extern ssize_t (*SaveRead)(int descriptor, void *bytes, size_t size);
 
 // Writes all of `bytes` at `offset` through SaveWrite. 0 or the error number.
 int write_all(int descriptor, const char *bytes, size_t size, off_t offset);
@@ -43,6 +45,7 @@ struct ReplaceFile {
     int descriptor = -1;       // the target itself, open, when rewritten in place
     off_t old_size = 0;        // its length before the save, to undo a reservation
     bool follow_links = true;  // false: a symbolic link at the path is replaced, not its target
+    bool placed = false;       // the target has begun to change: renamed over, or written into
 };
 
 // Prepares to replace `path`: symbolic links are followed unless
@@ -57,7 +60,8 @@ int replace_save(ReplaceFile &file);
 // changing the old content. 0, or the error number (then nothing changed and
 // nothing is left behind).
 int replace_stage(ReplaceFile &file);
-// Puts a staged file in place. 0, or the error number.
+// Puts a staged file in place and makes that durable. 0, or the error
+// number (`placed` says whether the target changed all the same).
 int replace_commit(ReplaceFile &file);
 // Forgets a file that is not to be committed: removes its temporary, gives
 // back its reservation. Safe to call on any file, any number of times.
@@ -76,7 +80,18 @@ long lock_holder(const char *directory, char *name, size_t size);
 // The files a save may write, as they were read.
 constexpr int kWatchedFiles = 14;
 extern const char *const kWatchedNames[kWatchedFiles];
-// Remembers each watched file of `directory` as it is now.
+// Remembers each watched file of `directory` as it is now: its bytes and
+// which file it is.
 void remember_files(const char *directory);
-// Whether watched file `index` changed, appeared or vanished since then.
-bool file_changed(const char *directory, int index);
+// 0 when watched file `index` is as remembered; kChangedOnDisk when it
+// changed, appeared, vanished or another file took its name; or the error
+// number of reading it.
+// `reserved`: the length a save of this file rewritten in place reserved.
+constexpr int kChangedOnDisk = -1;
+int file_changed(const char *directory, int index, size_t reserved = 0);
+// Compares every watched file of the directory last remembered with what
+// was remembered, just before the commit point of the save that staged
+// `staged`: 0 when all are as they were (or nothing was remembered), else
+// the first file_changed result, with the files it concerns in ChangedFiles.
+int outside_changes(const ReplaceFile *staged, int count);
+extern char ChangedFiles[256];

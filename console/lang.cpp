@@ -22,6 +22,21 @@ char sys_mess[20][30] = {"On Line",
                          "Communication is lost !!!",
                          "Line Interactive"};
 
+std::string fill_text(const char *text, std::initializer_list<const char *> values) {
+    std::string out;
+    auto next = values.begin();
+    for (const char *at = text; *at; ++at) {
+        if (at[0] == '%' && (at[1] == 's' || at[1] == '%')) {
+            if (at[1] == '%') out += '%';
+            if (at[1] == 's' && next != values.end()) out += *next++;
+            ++at;
+            continue;
+        }
+        out += *at;
+    }
+    return out;
+}
+
 // Copies at most `limit` characters of `source` and always terminates;
 // `destination` has room for limit + 1 bytes.
 void copy_text(char *destination, const char *source, size_t limit) {

@@ -7,6 +7,8 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
+#include <string>
 
 constexpr int kTextCount = 1100;
 constexpr int kTextSize = 101;  // 100 characters and the terminator
@@ -36,9 +38,16 @@ enum OwnText {
     kTextChangedOnDisk = 1002_text,    // "%s" changed since it was read
     kTextOverwrite = 1003_text,        // the question whether to overwrite those
     kTextNotSaved = 1004_text,         // the answer was no
-    kTextSavedPartly = 1005_text,      // "%s" are new, "%s" are not
+    kTextSavedPartly = 1005_text,      // "%s" changed, "%s" did not
     kTextWindowTooSmall = 1006_text,   // the window's columns and lines, the screen's
+    kTextCannotWrite = 1007_text,      // "%s" the file, "%s" why
+    kTextCannotRead = 1008_text,       // "%s" the file, "%s" why
+    kTextSaveFinishedLater = 1009_text,  // a save stopped after its commit point
 };
+
+// A language text with each "%s" replaced by the next of `values` ("%%" is
+// "%"): a text is data, never a format, whatever a translation holds.
+std::string fill_text(const char *text, std::initializer_list<const char *> values);
 
 // One buffer per text number; "Text 042" until a file supplies text 42.
 extern char *LangText[kTextCount];

@@ -241,7 +241,8 @@ void count_operation() {
     if (++operations == kill_at) _exit(99);
 }
 ssize_t write_or_end(int descriptor, const void *bytes, size_t size, off_t offset) { return count_operation(), pwrite(descriptor, bytes, size, offset); }
-int sync_or_end(int descriptor) { return count_operation(), fsync(descriptor); }
+// A process's end loses nothing the kernel holds: the disk need not be waited for.
+int sync_or_end(int) { return count_operation(), 0; }
 int rename_or_end(const char *from, const char *to) { return count_operation(), rename(from, to); }
 
 // A save of korvel.ini, jobs.ini and a group file ended at each of its file
