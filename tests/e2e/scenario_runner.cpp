@@ -20,6 +20,8 @@
 #include <unistd.h>
 
 #include "config/files.h"
+#include "config/history.h"
+#include "config/journal.h"
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
 #include "config/record.h"
@@ -270,8 +272,10 @@ private:
 
     // A key a user who knows nothing might press: mostly moves and Enter,
     // sometimes a line (a number, a model code, "*", a double quote, more than
-    // any field holds), now and then down to the way back and Enter, or six times.
-    static std::string random_key(std::mt19937 &random) {
+    // any field holds), now and then down to the way back and Enter, or six
+    // times, one at a time (`backs` to go), so that a save question between
+    // them gets its answer.
+    static std::string random_key(std::mt19937 &random, int &backs) {
         static const std::string kBack = [] {
             std::string keys;
             for (int i = 0; i < 30; ++i) keys += "\x1b[B";
@@ -279,25 +283,46 @@ private:
         }();
         static const char *const kLines[] = {"", "0", "1", "2", "8", "30", "99", "255", "1000", "9999", "65535", "70000", "-1",
                                              "*", "MERID32001RU0001", "Rack \"9\"", "abcdefghijklmnopqrstuvwxyz ABCXYZ0123456789.:-_*"};
+        if (backs > 0) return --backs, kBack;
         int roll = std::uniform_int_distribution<int>(0, 99)(random);
-        if (roll < 6) return roll ? kBack : kBack + kBack + kBack + kBack + kBack + kBack;
+        if (roll < 6) return backs = roll ? 0 : 5, kBack;
         if (roll < 50) return roll < 30 ? "\x1b[B" : "\x1b[A";
         if (roll < 74) return roll < 72 ? "\r" : "\x1b";  // a lone ESC takes the next two keys with it
         return std::string(kLines[std::uniform_int_distribution<size_t>(0, std::size(kLines) - 1)(random)]) + "\r";
     }
 
-    // `count` random keys from `seed`. The editor must read each of them (a
-    // slow reader, one line per two-second pause, is no hang); whenever a
-    // session ends, with 0 or 1, it starts again on what it left.
+    // `count` random keys from `seed` (or as many as CORVANE_MONKEY_SECONDS
+    // allow). The editor must read each of them (a slow reader, one line per
+    // two-second pause, is no hang); whenever a session ends, with 0 or 1, it
+    // starts again on what it left. Each save it makes, told by the
+    // generation it keeps, must be a fixed point with nothing staged left.
     static std::string random_keys(Editor &e, int count, unsigned seed) {
         std::mt19937 random(seed);
+        const char *limit = getenv("CORVANE_MONKEY_SECONDS");
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(limit ? std::stoi(limit) : 0);
+        int saves = 0, generation = 0, backs = 0;
+        long long listed = 0;  // when Corvane's directory last changed, as last listed
         for (int sent = 0;; ++sent) {
+            struct stat own {};
+            stat(e.dir.path(".corvane").c_str(), &own);
+            long long changed = own.st_mtim.tv_sec * 1000000000LL + own.st_mtim.tv_nsec;
+            std::vector<Generation> kept = changed != listed ? history_list(e.dir.path().c_str()) : std::vector<Generation>();
+            listed = changed;
+            if (!kept.empty() && kept.back().number != generation) {
+                generation = kept.back().number, ++saves;
+                // The generation is put in place last; the journal goes after it.
+                if (!e.wait_until([&] { return !unfinished_save(e.dir.path().c_str()); }, 6000)) return "a journal left after save " + std::to_string(saves);
+                if (std::string why = fixed_point(e); !why.empty()) return why + " after save " + std::to_string(saves);
+            }
             if (e.exited && !(WIFEXITED(e.status) && WEXITSTATUS(e.status) <= 1)) return "status " + std::to_string(e.status);
-            if (sent == count) return "";
+            if (limit ? std::chrono::steady_clock::now() > end : sent == count) {
+                if (getenv("CORVANE_SHOW")) std::fprintf(stderr, "%d keys, %d saves checked\n", sent, saves);
+                return check(!limit || saves * 600 >= 50 * std::stoi(limit), std::to_string(saves) + " saves in " + (limit ? limit : "") + " seconds");
+            }
             if (e.exited && !e.reopen()) return "it did not start again";
             // The save question wants a word, and the model code question
             // (asked until a valid code comes) often gets one.
-            std::string key = random_key(random);
+            std::string key = random_key(random, backs);
             if (e.screen().find("Save the changes?") != std::string::npos) {
                 key = random() % 4 ? "yes\r" : "no\r";
             } else if (e.screen().find("      Model code:") != std::string::npos && random() % 2) {
@@ -311,6 +336,8 @@ private:
                     return "it stopped reading keys after " + std::to_string(sent);
                 }
             }
+            // The next key is chosen from what the editor shows once it waits for it.
+            if (!e.wait_until([&] { return e.exited || e.waiting_for_keys(); }, 6000)) return "it never waited for a key after " + std::to_string(sent);
         }
     }
 

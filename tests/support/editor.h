@@ -16,6 +16,7 @@
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -200,6 +201,13 @@ public:
     int unread_input() const {  // sent, not read yet (in line mode, whole lines)
         int count = 0;
         return ioctl(slave_, FIONREAD, &count) == 0 ? count : -1;
+    }
+    bool waiting_for_keys() const {  // blocked in the wait for its terminal (standard input)
+        std::ifstream call("/proc/" + std::to_string(pid) + "/syscall");
+        long number = -1;
+        std::string first;
+        call >> number >> first;
+        return (number == SYS_pselect6 && first == "0x1") || (number == SYS_read && first == "0x0");
     }
     long reads() const {  // read calls the program has made so far
         std::ifstream io("/proc/" + std::to_string(pid) + "/io");

@@ -12,11 +12,13 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
+#include "config/history.h"
 #include "config/journal.h"
 #include "config/limits.h"
 #include "config/record.h"
@@ -233,6 +235,119 @@ TEST_F(Writer, ASignalDuringASaveWaitsForItsEnd) {
     EXPECT_EQ(found, Recovery::Finished);
     EXPECT_NE(dir_.read("group_01.ini").find("Name=\"Again too\""), std::string::npos);
     for (const std::string &name : dir_.list()) EXPECT_TRUE(nothing_staged(dir_, name)) << "temporary left: " << name;
+}
+
+// Faults met by a save that Corvane's editor or corvanectl makes, which
+// remember the files first: the first sync of the save is when another
+// program acts, and after the commit point syncs of one kind may fail.
+std::function<void()> at_first_sync;
+mode_t failing_kind = 0;  // S_IFREG or S_IFDIR (then only the Korvel directory's)
+int reads_failing = 0;  // the next reads that fail: korvel.ini is read first
+int sync_with_faults(int descriptor) {
+    if (auto act = at_first_sync) at_first_sync = nullptr, act();
+    struct stat state, directory;
+    bool failing = failing_kind && unfinished_save(ProgramDir) && fstat(descriptor, &state) == 0 &&
+                   (state.st_mode & S_IFMT) == failing_kind && stat(ProgramDir, &directory) == 0 &&
+                   (failing_kind == S_IFREG || state.st_ino == directory.st_ino);
+    return failing ? (errno = EIO, -1) : fsync(descriptor);
+}
+ssize_t read_with_faults(int descriptor, void *bytes, size_t size) {
+    return reads_failing > 0 && reads_failing-- ? (errno = EIO, -1) : read(descriptor, bytes, size);
+}
+
+struct FaultCase {
+    const char *what;
+    bool in_place;
+    std::function<void(ScratchDir &)> meanwhile;  // another program, during the save
+    mode_t failing_kind;
+    int result;
+    const char *failed, *changed;  // the end of FailedPath; SavedFiles
+    const char *outcome;           // once recovered: "old", "new" or "theirs" (korvel.ini as the other program left it)
+    std::vector<std::string> attributes;  // extended attributes korvel.ini keeps
+};
+const std::string kTheirs = "; written by another program\n";
+const std::string kAllFiles = "korvel.ini jobs.ini jobsSTS.ini group_00.ini group_01.ini group_02.ini group_03.ini group_04.ini "
+                              "group_05.ini group_06.ini group_07.ini group_08.ini group_09.ini sensor.ini";
+// A POSIX ACL as its extended attribute holds it: the owner, nobody and the group may read and write.
+const std::string kAcl("\x02\0\0\0" "\x01\0\x06\0\xff\xff\xff\xff" "\x02\0\x06\0\xfe\xff\0\0" "\x04\0\x06\0\xff\xff\xff\xff"
+                       "\x10\0\x06\0\xff\xff\xff\xff" "\x20\0\x04\0\xff\xff\xff\xff", 44);
+const FaultCase kFaultCases[] = {
+        {"another program replaces korvel.ini", false,
+         [](ScratchDir &dir) {
+             dir.write("korvel.new", kTheirs);
+             rename(dir.path("korvel.new").c_str(), dir.path("korvel.ini").c_str());
+         },
+         0, kChangedOnDisk, "korvel.ini", "", "theirs", {}},
+        {"another program rewrites korvel.ini", true, [](ScratchDir &dir) { dir.write("korvel.ini", kTheirs); }, 0, kChangedOnDisk,
+         "korvel.ini", "", "theirs", {}},
+        {"korvel.ini cannot be read again", false, [](ScratchDir &) { reads_failing = 1; }, 0, EIO, "korvel.ini", "", "old", {}},
+        {"a sync fails while rewriting in place", true, nullptr, S_IFREG, EIO, "/korvel.ini", "korvel.ini", "new", {}},
+        {"the directory's sync fails", false, nullptr, S_IFDIR, EIO, "/", kAllFiles.c_str(), "new", {}},
+        {"an ACL and an extended attribute", false, nullptr, 0, 0, "", kAllFiles.c_str(), "new", {"system.posix_acl_access", "user.corvane"}},
+};
+
+TEST_F(Writer, FaultsAroundTheCommitPointAreToldAsTheyAre) {
+    std::string unsupported;
+    for (const FaultCase &c : kFaultCases) {
+        SCOPED_TRACE(c.what);
+        ScratchDir dir;
+        dir.copy_from(kFull);
+        for (const char *name : kFullFiles) {
+            if (!c.in_place) continue;
+            ASSERT_EQ(link(dir.path(name).c_str(), dir.path(std::string(name) + ".link").c_str()), 0);
+        }
+        std::string target = dir.path("korvel.ini"), kept[2];
+        if (!c.attributes.empty() && (setxattr(target.c_str(), c.attributes[0].c_str(), kAcl.data(), kAcl.size(), 0) != 0 ||
+                                      setxattr(target.c_str(), c.attributes[1].c_str(), "kept", 4, 0) != 0)) {
+            unsupported += std::string(c.what) + ": " + std::strerror(errno) + "; ";
+            continue;
+        }
+        for (size_t i = 0; i < c.attributes.size(); ++i) {
+            kept[i].resize(64);
+            kept[i].resize(static_cast<size_t>(std::max<ssize_t>(0, getxattr(target.c_str(), c.attributes[i].c_str(), &kept[i][0], 64))));
+        }
+        std::memset(&INI, 0, sizeof INI);
+        ASSERT_EQ(LoadINI(), 0);
+        remember_files(dir.path().c_str());
+        std::strcpy(INI.System.Name, "Changed: Datacenter Brno");
+        std::strcpy(INI.Group[9].Name, "Changed too");
+        FileTexts texts;
+        ConfigRecord changed = INI;
+        ASSERT_EQ(ProduceINI(changed, texts), 0);
+        ScratchDir *acting = &dir;
+        at_first_sync = c.meanwhile ? [&] { c.meanwhile(*acting); } : std::function<void()>();
+        failing_kind = c.failing_kind, reads_failing = 0;
+        {
+            Swap<decltype(SaveSync)> syncs(SaveSync, sync_with_faults);
+            Swap<decltype(SaveRead)> reads(SaveRead, read_with_faults);
+            EXPECT_EQ(SaveINI(), c.result);
+        }
+        EXPECT_TRUE(std::string(FailedPath).size() >= std::strlen(c.failed) &&
+                    std::string(FailedPath).compare(std::strlen(FailedPath) - std::strlen(c.failed), std::string::npos, c.failed) == 0)
+                << FailedPath;
+        EXPECT_EQ(FailedReading, c.result == EIO && !c.failing_kind);
+        EXPECT_STREQ(SavedFiles, c.changed);
+        EXPECT_EQ(unfinished_save(dir.path().c_str()), c.failing_kind != 0) << "a commit the journal finishes later";
+        Recovery found;
+        ASSERT_EQ(recover_directory(dir.path().c_str(), found), 0);
+        EXPECT_EQ(history_list(dir.path().c_str()).size(), std::string(c.outcome) == "new" ? 1u : 0u) << "a generation for a save made";
+        for (int i = 0; i < texts.count; ++i) {
+            const std::string now = dir.read(texts.file[i].name), name = texts.file[i].name;
+            std::string expected = std::string(c.outcome) == "new" ? std::string(texts.file[i].bytes, texts.file[i].size)
+                                                                   : read_file(kFull + "/" + texts.file[i].name);
+            if (std::string(c.outcome) == "theirs" && name == "korvel.ini") expected = kTheirs;
+            EXPECT_EQ(now, expected) << name;
+        }
+        FreeTexts(texts);
+        for (size_t i = 0; i < c.attributes.size(); ++i) {
+            std::string now(64, '\0');
+            now.resize(static_cast<size_t>(std::max<ssize_t>(0, getxattr(target.c_str(), c.attributes[i].c_str(), &now[0], 64))));
+            EXPECT_EQ(now, kept[i]) << c.attributes[i];
+        }
+        for (const std::string &name : dir.list()) EXPECT_TRUE(nothing_staged(dir, name)) << "temporary left: " << name;
+    }
+    remember_files("");
+    if (!unsupported.empty()) GTEST_SKIP() << unsupported << "this file system cannot hold them";
 }
 
 // The process ends at the `kill_at`-th file operation of a save, before it.
