@@ -98,6 +98,8 @@ bool parse(const std::string &text, Generation &generation, bool with_files) {
             Generation::File file;
             size_t blank = rest.find(' ');
             file.name = rest.substr(0, blank);
+            // Only Korvel's own files: a rollback writes what a generation names.
+            if (std::find(std::begin(kWatchedNames), std::end(kWatchedNames), file.name) == std::end(kWatchedNames)) return false;
             file.existed = word != "absent";
             file.unread = word == "unread";
             if (word == "file") {

@@ -136,7 +136,8 @@ int commit_staged(ReplaceFile *staged, const char *const *names, int count, cons
     std::set<std::string> directories;
     for (int i = 0; i < count; ++i) {
         const char *slash = std::strrchr(staged[i].target, '/');
-        if (staged[i].temporary[0]) directories.insert(slash ? std::string(staged[i].target, static_cast<size_t>(slash + 1 - staged[i].target)) : ".");
+        if (!staged[i].temporary[0]) continue;
+        directories.insert(slash ? std::string(staged[i].target, static_cast<size_t>(slash + 1 - staged[i].target)) : ".");
     }
     for (const std::string &directory : directories) {
         if (int error = sync_directory(directory.c_str())) {
@@ -164,7 +165,8 @@ int commit_staged(ReplaceFile *staged, const char *const *names, int count, cons
     // Without a journal, the last look comes just before the files are replaced.
     if (error == ENOTSUP) error = last_look();
     if (error) {
-        if (!FailedPath[0]) std::snprintf(FailedPath, sizeof FailedPath, "%s%s", ChangedFiles[0] ? "" : ProgramDir, ChangedFiles[0] ? ChangedFiles : kJournalName);
+        if (!FailedPath[0] && ChangedFiles[0]) std::snprintf(FailedPath, sizeof FailedPath, "%s", ChangedFiles);
+        if (!FailedPath[0]) std::snprintf(FailedPath, sizeof FailedPath, "%s%s", ProgramDir, kJournalName);
         for (int i = 0; i < count; ++i) replace_discard(staged[i]);
         return error;
     }
