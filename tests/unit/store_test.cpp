@@ -360,14 +360,23 @@ ssize_t write_or_end(int descriptor, const void *bytes, size_t size, off_t offse
 int sync_or_end(int) { return count_operation(), 0; }
 int rename_or_end(const char *from, const char *to) { return count_operation(), rename(from, to); }
 
-// A save of korvel.ini, jobs.ini and a group file ended at each of its file
-// operations in turn: once the next process has taken the lock, the files
-// are all old or all new, and nothing staged is left. Hard links make every
-// file rewritten in place, where a kill between write and cut would tear it.
+// A save that changes korvel.ini, jobs.ini and a group file ended at each
+// of its file operations in turn: once the next process has taken the lock,
+// the files are all old or all new, and nothing staged is left. The editor
+// writes every file, corvanectl only those that change; hard links make
+// every file rewritten in place, where a kill between write and cut would
+// tear it.
 TEST_F(Writer, AKillAtAnyFileOperationLeavesAllOldOrAllNew) {
     load_full();
-    for (bool in_place : {false, true}) {
-        SCOPED_TRACE(in_place ? "rewritten in place" : "renamed into place");
+    const struct {
+        const char *what;
+        bool in_place, only_changed;
+    } kPasses[] = {{"the editor's save, renamed into place", false, false},
+                   {"the editor's save, rewritten in place", true, false},
+                   {"corvanectl's save of the files that change", false, true}};
+    for (const auto &pass : kPasses) {
+        const bool in_place = pass.in_place;
+        SCOPED_TRACE(pass.what);
         for (const char *name : kFullFiles) {
             dir_.write(name, read_file(kFull + "/" + name));
             if (in_place) {
@@ -383,13 +392,16 @@ TEST_F(Writer, AKillAtAnyFileOperationLeavesAllOldOrAllNew) {
         FileTexts texts;
         ASSERT_EQ(ProduceINI(changed, texts), 0);
         int outcomes[2] = {0, 0};  // all old, all new
-        bool ended = true;
+        bool ended = true, wanted[kSavedFiles];
+        for (int i = 0; i < texts.count; ++i) {
+            wanted[i] = !pass.only_changed || std::string(texts.file[i].bytes, texts.file[i].size) != read_file(kFull + "/" + texts.file[i].name);
+        }
         for (kill_at = 1; ended; ++kill_at) {
             for (int i = 0; i < texts.count; ++i) dir_.write(texts.file[i].name, read_file(kFull + "/" + texts.file[i].name));
-            ended = in_child([] {
+            ended = in_child([&] {
                 operations = 0;
                 SaveWrite = write_or_end, SaveSync = sync_or_end, SaveRename = rename_or_end;
-                return SaveINI();
+                return pass.only_changed ? WriteTexts(texts, wanted) : SaveINI();
             }, false) == 99;
             Recovery found;
             ASSERT_EQ(recover_directory(dir_.path().c_str(), found), 0) << "after operation " << kill_at;
