@@ -38,7 +38,7 @@ void print_main_menu(unsigned selected) {
     for (unsigned item = 1; item <= kLastScreen; ++item) {
         con_printf("\n\r      %u - %s", item, LangText[kScreens[item - 1].label]);
     }
-    print_screen_end("\n\r      0 - %s", selected, kFirstLine);
+    print_screen_end("\n\r      0 - ", selected, kFirstLine);
 }
 
 void main_menu() {

@@ -34,9 +34,9 @@ void delete_loghi() {
     std::snprintf(html, sizeof html, "%shtml%c", ProgramDir, '/');
     for (int set = 0; set < 4; ++set) {
         if (set == kept) continue;
-        for (const char *pattern : {"log2_%02d.png", "logo_%02d.png"}) {
+        for (const char *kind : {"log2", "logo"}) {
             char name[16], path[sizeof html + 16];
-            std::snprintf(name, sizeof name, pattern, set);
+            std::snprintf(name, sizeof name, "%s_%02d.png", kind, set);
             std::snprintf(path, sizeof path, "%s%s", html, name);
             if (FILE *image = std::fopen(path, "r")) {
                 std::fclose(image);

@@ -26,9 +26,9 @@ std::string fill_text(const char *text, std::initializer_list<const char *> valu
     std::string out;
     auto next = values.begin();
     for (const char *at = text; *at; ++at) {
-        if (at[0] == '%' && (at[1] == 's' || at[1] == '%')) {
+        if (at[0] == '%' && (at[1] == 's' || at[1] == 'u' || at[1] == '%')) {
             if (at[1] == '%') out += '%';
-            if (at[1] == 's' && next != values.end()) out += *next++;
+            if (at[1] != '%' && next != values.end()) out += *next++;
             ++at;
             continue;
         }

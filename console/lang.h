@@ -45,8 +45,9 @@ enum OwnText {
     kTextSaveFinishedLater = 1009_text,  // a save stopped after its commit point
 };
 
-// A language text with each "%s" replaced by the next of `values` ("%%" is
-// "%"): a text is data, never a format, whatever a translation holds.
+// A language text with each "%s" (or "%u", a number given as text)
+// replaced by the next of `values`, "%%" by "%", and anything else as it
+// is: a text is data, never a format, whatever a translation holds.
 std::string fill_text(const char *text, std::initializer_list<const char *> values);
 
 // One buffer per text number; "Text 042" until a file supplies text 42.

@@ -58,7 +58,8 @@ void print_dimmed(const char *format, ...) {
 
 void print_screen_end(const char *back, unsigned row, unsigned first_line) {
     print_line(0);
-    con_printf(back, LangText[318]);
+    con_puts(back);
+    con_puts(LangText[318]);
     con_puts("\n\r");
     print_line(1);
     place_marker(row, first_line);

@@ -27,9 +27,9 @@ void print_dimmed(const char *format, ...) __attribute__((format(printf, 1, 2)))
 // A row that can be chosen now, or the same row dimmed when it cannot.
 void print_item(bool available, const char *format, ...) __attribute__((format(printf, 2, 3)));
 
-// The end of a screen: a separator, the way back (`back` formats its label,
-// text 318, with the screen's own indentation), the closing rule, and the
-// marker on `row`.
+// The end of a screen: a separator, the way back (`back`, the start of its
+// row with the screen's own indentation, then text 318), the closing rule,
+// and the marker on `row`.
 void print_screen_end(const char *back, unsigned row, unsigned first_line);
 
 // The marker of row `row`, on terminal line row + first_line.

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <termios.h>
@@ -178,13 +179,13 @@ static bool fits(unsigned &lines, unsigned &columns, struct winsize &window) {
 }
 
 static void write_notice(const struct winsize &window, unsigned lines, unsigned columns) {
-    char text[400];
-    const char *format = LangText[kTextWindowTooSmall] && LangText[kTextWindowTooSmall][0]
+    const char *notice = LangText[kTextWindowTooSmall] && LangText[kTextWindowTooSmall][0]
                              ? LangText[kTextWindowTooSmall]
                              : "Window %ux%u, screen %ux%u: enlarge the window or press Ctrl-C to leave.";
-    int length = std::snprintf(text, sizeof text, "\033[0m\033[?25l\033[2J\033[01;01H");
-    length += std::snprintf(text + length, sizeof text - length, format, window.ws_col, window.ws_row, columns, lines);
-    write_out(text, static_cast<size_t>(length));
+    std::string sizes[4] = {std::to_string(window.ws_col), std::to_string(window.ws_row), std::to_string(columns), std::to_string(lines)};
+    std::string text = "\033[0m\033[?25l\033[2J\033[01;01H" +
+                       fill_text(notice, {sizes[0].c_str(), sizes[1].c_str(), sizes[2].c_str(), sizes[3].c_str()});
+    write_out(text.data(), text.size());
 }
 
 // Writes the frame again from its start, or the notice.

@@ -132,7 +132,7 @@ void print_conn_param(unsigned row) {
     print_ups_rows();
     print_line(0);
     print_item(defined_entries() >= 2, "\n\r      %u - %s", 17u, LangText[47]);
-    print_screen_end("\n\r       0 - %s", row, kFirstLine);
+    print_screen_end("\n\r       0 - ", row, kFirstLine);
 }
 
 void conn_param() {

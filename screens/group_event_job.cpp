@@ -94,7 +94,7 @@ void print_group_param_new(unsigned row, int group, int event) {
         fill_gr_event_name(group, event, static_cast<int>(slot) - 1, text, sizeof text);
         print_value("%s", text);
     }
-    print_screen_end("\n\r      0 - %s", row, kSlotsFirstLine);
+    print_screen_end("\n\r      0 - ", row, kSlotsFirstLine);
 }
 
 void group_job_param_new(int group, int event) {
@@ -136,7 +136,7 @@ void print_group_job_param2(unsigned row, int group, int event, int slot) {
         con_printf("\n\r      3 - %s:", LangText[170]);
         print_value("     %s", text);
     }
-    print_screen_end("\n\r      0 - %s", row, kConditionFirstLine);
+    print_screen_end("\n\r      0 - ", row, kConditionFirstLine);
 }
 
 void print_group_job_event(unsigned row, unsigned first, unsigned last) {
@@ -151,7 +151,7 @@ void print_group_job_event(unsigned row, unsigned first, unsigned last) {
         con_printf("\n\r      %u - %s", 23u, LangText[303]);
         con_printf("\n\r      %u - %s", 24u, LangText[304]);
     }
-    print_screen_end("\n\r       0 - %s", row, kChooserFirstLine);
+    print_screen_end("\n\r       0 - ", row, kChooserFirstLine);
 }
 
 void group_job_param2(int group, int event, int slot) {

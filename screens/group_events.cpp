@@ -60,7 +60,7 @@ void print_gr_event(unsigned row, int group, unsigned first, unsigned last) {
     }
     print_line(0);
     print_item(last != kGroupEvents, "\n\r      %u - %s", 65u, LangText[320]);
-    print_screen_end("\n\r       0 - %s", row, kListFirstLine);
+    print_screen_end("\n\r       0 - ", row, kListFirstLine);
 }
 
 void gr_event(int group) {
@@ -113,7 +113,7 @@ void print_gr_event_param(unsigned row, int group, int event) {
     print_value("     %.*s", static_cast<int>(sizeof entry.Job.Message), entry.Job.Message);
     print_line(0);
     con_printf("\n\r      11 - %s", LangText[2]);
-    print_screen_end("\n\r       0 - %s", row, kEventFirstLine);
+    print_screen_end("\n\r       0 - ", row, kEventFirstLine);
 }
 
 void gr_event_param(int group, int event) {

@@ -30,7 +30,7 @@ void print_gr_ups(unsigned row, int group) {
             print_value("%s", "");
         }
     }
-    print_screen_end("\n\r      0 - %s", row, kFirstLine);
+    print_screen_end("\n\r      0 - ", row, kFirstLine);
 }
 
 void gr_ups(int group) {

@@ -100,7 +100,7 @@ void print_action_screen(unsigned row, const ActionScreen &screen, unsigned on, 
         con_printf("\n\r      4 - %s:", LangText[105]);
         print_value("     %.*s", static_cast<int>(sizeof screen.job->File), screen.job->File);
     }
-    print_screen_end("\n\r      0 - %s", row, kActionFirstLine);
+    print_screen_end("\n\r      0 - ", row, kActionFirstLine);
 }
 
 void run_action_screen(const ActionScreen &screen) {
@@ -190,7 +190,7 @@ void print_job_param(unsigned row, int job) {
     print_value("     %.*s", static_cast<int>(sizeof entry.Message), entry.Message);
     print_line(0);
     con_printf("\n\r      10 - %s", LangText[116]);
-    print_screen_end("\n\r       0 - %s", row, kJobFirstLine);
+    print_screen_end("\n\r       0 - ", row, kJobFirstLine);
 }
 
 void job_param(int job) {

@@ -90,7 +90,7 @@ void print_job_param2(unsigned row, int last, int first) {
         print_escapeseq(SEQ_NORMAL);
         con_puts("]");
     }
-    print_screen_end("\n\r       0 - %s", row, kFirstLine);
+    print_screen_end("\n\r       0 - ", row, kFirstLine);
 }
 
 void jobs_param2(int first, int last) {

@@ -86,7 +86,7 @@ void print_main_param(const char *language, unsigned row) {
     }
     print_line(0);
     con_printf("\n\r      7 - %s", LangText[30]);
-    print_screen_end("\n\r      0 - %s", row, kFirstLine);
+    print_screen_end("\n\r      0 - ", row, kFirstLine);
 }
 
 void menu_languages(const char (*names)[50]) {

@@ -43,7 +43,7 @@ void print_mess_param(unsigned row) {
     con_printf("\n\r      2 - %s", LangText[60]);
     con_printf("\n\r      3 - %s", LangText[57]);
     con_printf("\n\r      4 - %s", LangText[62]);
-    print_screen_end("\n\r      0 - %s", row, kMenuFirstLine);
+    print_screen_end("\n\r      0 - ", row, kMenuFirstLine);
 }
 
 void mess_param() {
@@ -85,7 +85,7 @@ void print_gsm_param(unsigned row) {
         con_printf("%s: ", LangText[59]);
         print_value(" %.*s", static_cast<int>(sizeof recipient.TelNumber), recipient.TelNumber);
     }
-    print_screen_end("\n\r       0 - %s", row, kListFirstLine);
+    print_screen_end("\n\r       0 - ", row, kListFirstLine);
 }
 
 void gsm_param() {

@@ -49,7 +49,7 @@ void print_modem_param(unsigned row) {
         print_dimmed("\n\r      6 - %s:", LangText[195]);
         print_dimmed("\n\r      7 - %s:", LangText[196]);
     }
-    print_screen_end("\n\r      0 - %s", row, kFirstLine);
+    print_screen_end("\n\r      0 - ", row, kFirstLine);
 }
 
 void modem_param() {
@@ -100,7 +100,7 @@ void print_gsm_modem_param(unsigned row) {
         print_dimmed("\n\r      3 - %s:", LangText[188]);
         print_dimmed("\n\r      4 - %s:", LangText[189]);
     }
-    print_screen_end("\n\r      0 - %s", row, kFirstLine);
+    print_screen_end("\n\r      0 - ", row, kFirstLine);
 }
 
 void gsm_modem_param() {
@@ -136,7 +136,7 @@ void print_wap_param(unsigned row) {
     draw_title_block(4, LangText[204]);
     con_printf("\n\r      1 - %s:     [", LangText[205]);
     print_switch(INI1.WapConfig.Allowed, LangText[316], LangText[317]);
-    print_screen_end("\n\r      0 - %s", row, kWapFirstLine);
+    print_screen_end("\n\r      0 - ", row, kWapFirstLine);
 }
 
 void wap_param() {

@@ -64,7 +64,7 @@ void print_network_menu(unsigned row) {
     con_printf("\n\r      7 - %s:     [", LangText[38]);
     print_switch(INI1.System.PasswordProtection != 0, on, off);
     print_item(INI1.System.PasswordProtection, "\n\r          7.1 - %s", LangText[342]);
-    print_screen_end("\n\r      0 - %s", row, kFirstLine);
+    print_screen_end("\n\r      0 - ", row, kFirstLine);
 }
 
 void network_param() {

@@ -47,7 +47,7 @@ void print_paralel_fnc(unsigned row) {
     print_switch(system.DisableShutdownForSingleUPS, on, off);
     print_line(0);
     print_item(system.EnabledGroups, "\n\r      5 - %s", LangText[149]);
-    print_screen_end("\n\r      0 - %s", row, kFirstLine);
+    print_screen_end("\n\r      0 - ", row, kFirstLine);
 }
 
 void print_paralel_group(unsigned row) {
@@ -61,7 +61,7 @@ void print_paralel_group(unsigned row) {
             print_value("%s", LangText[335]);
         }
     }
-    print_screen_end("\n\r      0 - %s", row, kListFirstLine);
+    print_screen_end("\n\r      0 - ", row, kListFirstLine);
 }
 
 void paralel_fnc() {

@@ -214,7 +214,7 @@ void print_sch_param(unsigned selected, int index) {
     editor_timing(entry, text, sizeof text);
     con_printf("\n\r      4 - %s:", LangText[51]);
     print_value("     %s", text);
-    print_screen_end("\n\r      0 - %s", selected, kEditorFirstLine);
+    print_screen_end("\n\r      0 - ", selected, kEditorFirstLine);
 }
 
 void sch_param(int index) {

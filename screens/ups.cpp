@@ -92,7 +92,7 @@ void print_ups_param(unsigned row, int index) {
     con_printf("\n\r      1 - %s:", LangText[68]);
     if (!entry.Name[0]) {
         print_value("     %s", LangText[335]);
-        print_screen_end("\n\r      0 - %s", row, kFirstLine);
+        print_screen_end("\n\r      0 - ", row, kFirstLine);
         return;
     }
     const char *on = LangText[324], *off = LangText[340];
@@ -138,7 +138,7 @@ void print_ups_param(unsigned row, int index) {
     } else {
         print_dimmed("\n\r          7.1 - %s:", LangText[141]);
     }
-    print_screen_end("\n\r      0 - %s", row, kFirstLine);
+    print_screen_end("\n\r      0 - ", row, kFirstLine);
 }
 
 void ups_param(int index) {

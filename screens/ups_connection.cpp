@@ -107,7 +107,7 @@ void print_ups_conn_param(unsigned row, int index) {
         print_dimmed("\n\r          2.3 - %s:", LangText[38]);
     }
     print_item(kind == kTcpIp && entry.Password, "\n\r              2.3.1 - %s", LangText[342]);
-    print_screen_end("\n\r      0 - %s", row, kFirstLine);
+    print_screen_end("\n\r      0 - ", row, kFirstLine);
 }
 
 void ups_conn_param(int index) {
