@@ -20,9 +20,8 @@ int run_history(bool json);
 // save) through a save, which keeps a generation of its own.
 int run_rollback(int number);
 // Writes generation "@N" out as a directory of its own, named in `made`,
-// for reading; "" or why not. remove_generation_directory takes it away.
+// for reading; "" or why not. remove_temporary_directory takes it away.
 std::string generation_directory(const std::string &name, std::string &made);
-void remove_generation_directory(const std::string &made);
 // Lists the keys `pattern` matches (all when empty); or, `completing`, the
 // names that begin with it.
 int run_keys(const std::string &pattern, bool json, bool completing);

@@ -175,7 +175,7 @@ int run_diff(const std::string &other, bool json) {
         std::string why = generation_directory(other, made);
         int status = why.empty() ? load_directory(made, false) : kCannotLoad;
         if (status == kDone) there = saved_values();
-        if (!made.empty()) remove_generation_directory(made);
+        remove_temporary_directory(made);
         if (!why.empty()) complain(why);
         if (status != kDone) return kCannotLoad;
     } else if (other != "-" && stat(other.c_str(), &state) == 0 && S_ISDIR(state.st_mode)) {

@@ -104,21 +104,9 @@ std::string generation_directory(const std::string &name, std::string &made) {
     if (number <= 0) return name + ": not a generation; corvanectl history lists them";
     if (std::string why = find_generation(number, generation); !why.empty()) return why;
     // Written out as a directory, which is read as any other.
-    const char *temporary = std::getenv("TMPDIR");
-    std::string pattern = std::string(temporary && *temporary ? temporary : "/tmp") + "/corvanectl.XXXXXX";
-    if (!mkdtemp(&pattern[0])) return pattern + ": " + std::strerror(errno);
-    made = pattern + "/";
+    std::vector<std::pair<std::string, std::string>> files;
     for (const Generation::File &file : generation.files) {
-        if (!file.existed || file.unread) continue;
-        std::FILE *out = std::fopen((made + file.name).c_str(), "wb");
-        bool written = out && std::fwrite(file.bytes.data(), 1, file.bytes.size(), out) == file.bytes.size();
-        if (out) written = std::fclose(out) == 0 && written;
-        if (!written) return made + file.name + ": " + std::strerror(errno);
+        if (file.existed && !file.unread) files.emplace_back(file.name, file.bytes);
     }
-    return "";
-}
-
-void remove_generation_directory(const std::string &made) {
-    for (const char *name : kWatchedNames) unlink((made + name).c_str());
-    rmdir(made.c_str());
+    return write_temporary_directory(files, made);
 }

@@ -95,28 +95,21 @@ int load_directory(const std::string &directory, bool lock, int files, int wait_
 
 namespace {
 
-char staged_directory[4096];
+std::string staged_directory;
 std::vector<std::string> staged_names;  // read from staged_directory; absent there when removed
 
 const char *staged_or_program(const char *name) {
     bool staged = std::find(staged_names.begin(), staged_names.end(), name) != staged_names.end();
-    return staged ? staged_directory : ProgramDir;
+    return staged ? staged_directory.c_str() : ProgramDir;
 }
 
 // Whether Korvel reads the same once only the texts `wanted` are written as
 // once all of them are, the files `removed` gone and the others as they are.
 // False too when that cannot be told.
 bool reads_alike(const FileTexts &texts, const bool *wanted, const std::vector<std::string> &removed) {
-    const char *temporary = std::getenv("TMPDIR");
-    std::snprintf(staged_directory, sizeof staged_directory, "%s/corvanectl.XXXXXX", temporary && *temporary ? temporary : "/tmp");
-    if (!mkdtemp(staged_directory)) return false;
-    std::strcat(staged_directory, "/");
-    bool staged = true;
-    for (int i = 0; i < texts.count && staged; ++i) {
-        std::FILE *file = std::fopen((staged_directory + std::string(texts.file[i].name)).c_str(), "wb");
-        staged = file && std::fwrite(texts.file[i].bytes, 1, texts.file[i].size, file) == texts.file[i].size;
-        if (file) staged = std::fclose(file) == 0 && staged;
-    }
+    std::vector<std::pair<std::string, std::string>> files;
+    for (int i = 0; i < texts.count; ++i) files.emplace_back(texts.file[i].name, std::string(texts.file[i].bytes, texts.file[i].size));
+    bool staged = write_temporary_directory(files, staged_directory).empty();
     // The reader reads into INI and copies it to INI1: both are ours again after.
     static auto as_read = std::make_unique<ConfigRecord>(), working = std::make_unique<ConfigRecord>(), some = std::make_unique<ConfigRecord>();
     *as_read = INI;
@@ -132,12 +125,32 @@ bool reads_alike(const FileTexts &texts, const bool *wanted, const std::vector<s
     }
     INI = *as_read;
     INI1 = *working;
-    for (int i = 0; i < texts.count; ++i) std::remove((staged_directory + std::string(texts.file[i].name)).c_str());
-    rmdir(staged_directory);
+    remove_temporary_directory(staged_directory);
     return alike;
 }
 
 }  // namespace
+
+std::string write_temporary_directory(const std::vector<std::pair<std::string, std::string>> &files, std::string &made) {
+    const char *temporary = std::getenv("TMPDIR");
+    std::string pattern = std::string(temporary && *temporary ? temporary : "/tmp") + "/corvanectl.XXXXXX";
+    made.clear();
+    if (!mkdtemp(&pattern[0])) return pattern + ": " + std::strerror(errno);
+    made = pattern + "/";
+    for (const auto &file : files) {
+        std::FILE *out = std::fopen((made + file.first).c_str(), "wb");
+        bool written = out && std::fwrite(file.second.data(), 1, file.second.size(), out) == file.second.size();
+        if (out) written = std::fclose(out) == 0 && written;
+        if (!written) return made + file.first + ": " + std::strerror(errno);
+    }
+    return "";
+}
+
+void remove_temporary_directory(const std::string &made) {
+    if (made.empty()) return;
+    for (const char *name : kWatchedNames) unlink((made + name).c_str());
+    rmdir(made.c_str());
+}
 
 // A save that changed no file: why, and the files it concerns.
 static int not_saved(int error, const std::string &files) {
@@ -162,10 +175,8 @@ int saved(int error, std::vector<std::string> &written) {
 }
 
 int save_changes(std::vector<std::string> &written, const std::vector<std::string> &removed, std::vector<std::string> &notes) {
-    // A file changed by hand while we read and checked is not overwritten.
-    for (int i = 0; i < kWatchedFiles; ++i) {
-        if (int how = file_changed(ProgramDir, i)) return not_saved(how, kWatchedNames[i]);
-    }
+    // A file changed by hand while we read and checked is not overwritten:
+    // the save's last look before its commit point finds it.
     // The texts of the record as read and of the working copy, each made the
     // way a save makes it; the save writes only the files whose text differs.
     FileTexts before, after;

@@ -135,9 +135,7 @@ int commit_staged(ReplaceFile *staged, const char *const *names, int count, cons
     // The staged copies' names are durable before the journal that names them.
     std::set<std::string> directories;
     for (int i = 0; i < count; ++i) {
-        const char *slash = std::strrchr(staged[i].target, '/');
-        if (!staged[i].temporary[0]) continue;
-        directories.insert(slash ? std::string(staged[i].target, static_cast<size_t>(slash + 1 - staged[i].target)) : ".");
+        if (staged[i].temporary[0]) directories.insert(directory_part(staged[i].target));
     }
     for (const std::string &directory : directories) {
         if (int error = sync_directory(directory.c_str())) {

@@ -22,11 +22,6 @@ namespace {
 
 constexpr const char *kJournalHeader = "corvane journal 1\n";
 
-std::string directory_part(const std::string &path) {
-    size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
-}
-
 // The steps of the journal's text; false when it is not a whole journal.
 bool parse(const std::string &journal, std::vector<JournalStep> &steps) {
     if (journal.compare(0, std::strlen(kJournalHeader), kJournalHeader) != 0) return false;

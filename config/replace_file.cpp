@@ -50,10 +50,9 @@ static int resolve_links(char *path, size_t size) {
     return ELOOP;
 }
 
-// The directory part of `path` ("." when it has none).
-static void directory_of(const char *path, char *out, size_t size) {
-    const char *slash = std::strrchr(path, '/');
-    std::snprintf(out, size, "%.*s", slash ? static_cast<int>(slash - path + 1) : 1, slash ? path : ".");
+std::string directory_part(const std::string &path) {
+    size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
 int write_all(int descriptor, const char *bytes, size_t size, off_t offset) {
@@ -171,9 +170,7 @@ int replace_stage(ReplaceFile &file) {
     bool exists = look_at(file, old);
     if (exists && !S_ISREG(old.st_mode)) return fail(file, S_ISDIR(old.st_mode) ? EISDIR : EINVAL);
     if (exists && access(file.target, W_OK) != 0) return fail(file, errno);
-    char directory[sizeof file.target];
-    directory_of(file.target, directory, sizeof directory);
-    if (exists && access(directory, W_OK) != 0) {
+    if (exists && access(directory_part(file.target).c_str(), W_OK) != 0) {
         int error = stage_in_place(file);
         return error ? fail(file, error) : 0;
     }
@@ -238,9 +235,7 @@ int replace_commit(ReplaceFile &file) {
         if (SaveRename(file.temporary, file.target) == 0) {
             file.temporary[0] = '\0';
             file.placed = true;
-            char directory[sizeof file.target];
-            directory_of(file.target, directory, sizeof directory);
-            error = sync_directory(directory);  // the rename is not saved until it is durable
+            error = sync_directory(directory_part(file.target).c_str());  // the rename is not saved until it is durable
         } else if (errno == EBUSY || errno == EXDEV) {
             // A file mounted on its own cannot be renamed over: rewritten in
             // place instead, its space reserved before anything changes.
@@ -385,6 +380,15 @@ void remember_files(const char *directory) {
         std::free(seen[i].bytes);
         seen[i] = read_whole(directory, i);
     }
+}
+
+bool remembered_file(const char *directory, int index, bool &existed, bool &unread, std::string &bytes) {
+    if (!seen_directory[0] || std::strcmp(seen_directory, directory) != 0) return false;
+    const Seen &file = seen[index];
+    existed = file.existed;
+    unread = file.existed && (file.error || !file.inode);  // an error, or no regular file
+    bytes.assign(file.bytes ? file.bytes : "", file.size);
+    return true;
 }
 
 int file_changed(const char *directory, int index, size_t reserved) {

@@ -15,6 +15,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <string>
 #include <sys/types.h>
 
 // The file operations a save makes that can fail or take long: tests swap
@@ -34,6 +35,8 @@ int reserve_space(int descriptor, off_t size);
 // Syncs the directory `path` through SaveSync, which makes the renames and
 // removals in it durable. 0 or the error number.
 int sync_directory(const char *path);
+// The directory part of `path`, with its "/" ("." when it has none).
+std::string directory_part(const std::string &path);
 
 struct ReplaceFile {
     FILE *stream = nullptr;  // the writer prints into memory
@@ -83,6 +86,10 @@ extern const char *const kWatchedNames[kWatchedFiles];
 // Remembers each watched file of `directory` as it is now: its bytes and
 // which file it is.
 void remember_files(const char *directory);
+// What remember_files found of watched file `index` when it last looked at
+// `directory`: whether it existed, whether it could not be read (or was no
+// regular file), and its bytes. False when it did not look there.
+bool remembered_file(const char *directory, int index, bool &existed, bool &unread, std::string &bytes);
 // 0 when watched file `index` is as remembered; kChangedOnDisk when it
 // changed, appeared, vanished or another file took its name; or the error
 // number of reading it.
