@@ -58,7 +58,7 @@ static int read_stdin_byte() {
     }
 }
 
-static void leave_at_end_of_input() { console_exit(0); }
+static void leave_at_end_of_input() { console_exit_below(0); }
 
 int (*ConsoleReadByte)() = read_stdin_byte;
 void (*ConsoleInputEnded)() = leave_at_end_of_input;
@@ -72,10 +72,8 @@ int console_getc() {
         return c;
     }
     console_flush();
-    int c;
-    do {
-        c = ConsoleReadByte();  // keys typed at the window-size notice are not the screen's
-    } while (c >= 0 && console_notice_up());
+    int c = ConsoleReadByte();
+    console_typed(c);
     if (c < 0) {
         ConsoleInputEnded();
         return -1;

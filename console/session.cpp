@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <termios.h>
@@ -13,6 +14,7 @@
 
 #include "console/lang.h"
 #include "console/terminal.h"
+#include "console/view.h"
 
 static struct termios saved_state, stopped_state;
 static volatile sig_atomic_t state_saved = 0;
@@ -76,14 +78,23 @@ static void on_redraw(int) { redraw_wanted = 1; }
 
 // --- The frame -------------------------------------------------------------
 
-bool ConsoleFrameMayScroll = false;
+// Below this the view would show too little to work with: the notice stands
+// in for the frame (and keys still act on it).
+constexpr unsigned kLeastRows = 12, kLeastColumns = 40;
 
 static FILE *pending = nullptr;  // what the screens print, until the next flush
 static char *pending_bytes = nullptr;
 static size_t pending_size = 0;
 static char *frame = nullptr;  // the bytes since the screen was last cleared
 static size_t frame_size = 0, frame_room = 0;
-static bool notice_up = false, cursor_hidden = false;
+static bool cursor_hidden = false;
+static Colours frame_colours, output_colours;  // before the frame's first byte; after the last byte written
+// How the frame is on the screen: its own bytes, the view of a part of it,
+// or the notice.
+enum class Shown { Bytes, View, Notice };
+static Shown shown = Shown::Bytes;
+static View view;
+static bool echo_since_view = false;  // the terminal may have echoed (and scrolled) since the view was drawn
 
 static void write_out(const char *bytes, size_t size) {
     while (size > 0) {
@@ -94,6 +105,8 @@ static void write_out(const char *bytes, size_t size) {
         size -= static_cast<size_t>(n);
     }
 }
+
+static void write_out(const std::string &text) { write_out(text.data(), text.size()); }
 
 static void append_frame(const char *bytes, size_t size) {
     if (frame_size + size > frame_room) {
@@ -133,49 +146,10 @@ static const char *last_clear(const char *bytes, size_t size) {
     return found;
 }
 
-// The lines and columns the frame needs from the top of the screen.
-static void measure(unsigned &lines, unsigned &columns) {
-    unsigned row = 0, column = 0;
-    lines = 1;
-    columns = 0;
-    for (size_t i = 0; i < frame_size; ++i) {
-        unsigned char c = static_cast<unsigned char>(frame[i]);
-        if (c == '\033' && i + 1 < frame_size && frame[i + 1] == '[') {
-            unsigned numbers[2] = {0, 0}, count = 0;
-            size_t j = i + 2;
-            for (; j < frame_size && ((frame[j] >= '0' && frame[j] <= '9') || frame[j] == ';' || frame[j] == '?'); ++j) {
-                if (frame[j] == ';' && count < 1) ++count;
-                if (frame[j] >= '0' && frame[j] <= '9') numbers[count] = numbers[count] * 10 + (frame[j] - '0');
-            }
-            if (j < frame_size && frame[j] == 'H') {
-                row = numbers[0] ? numbers[0] - 1 : 0;
-                column = numbers[1] ? numbers[1] - 1 : 0;
-            }
-            i = j;
-        } else if (c == '\n') {
-            ++row;
-            column = 0;  // the terminal turns a line feed into a new line
-        } else if (c == '\r') {
-            column = 0;
-        } else if (c >= 32 && (c < 0x80 || c >= 0xC0)) {
-            ++column;  // one column per character, not per byte of one
-        }
-        if (row + 1 > lines) lines = row + 1;
-        if (column > columns) columns = column;
-    }
-}
-
 static void note_cursor(const char *bytes, size_t size) {
     for (const char *at = bytes; (at = static_cast<const char *>(memmem(at, size - (at - bytes), "\033[?25", 5))); at += 5) {
         if (at + 5 < bytes + size) cursor_hidden = at[5] == 'l';
     }
-}
-
-// Whether the frame fits the window; true when the window's size is unknown.
-static bool fits(unsigned &lines, unsigned &columns, struct winsize &window) {
-    measure(lines, columns);
-    if (ConsoleFrameMayScroll || ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) != 0 || window.ws_row == 0) return true;
-    return lines <= window.ws_row && columns <= window.ws_col;
 }
 
 static void write_notice(const struct winsize &window, unsigned lines, unsigned columns) {
@@ -183,22 +157,45 @@ static void write_notice(const struct winsize &window, unsigned lines, unsigned 
                              ? LangText[kTextWindowTooSmall]
                              : "Window %ux%u, screen %ux%u: enlarge the window or press Ctrl-C to leave.";
     std::string sizes[4] = {std::to_string(window.ws_col), std::to_string(window.ws_row), std::to_string(columns), std::to_string(lines)};
-    std::string text = "\033[0m\033[?25l\033[2J\033[01;01H" +
-                       fill_text(notice, {sizes[0].c_str(), sizes[1].c_str(), sizes[2].c_str(), sizes[3].c_str()});
-    write_out(text.data(), text.size());
+    write_out("\033[0m\033[?25l\033[2J\033[01;01H" +
+              fill_text(notice, {sizes[0].c_str(), sizes[1].c_str(), sizes[2].c_str(), sizes[3].c_str()}));
 }
 
-// Writes the frame again from its start, or the notice.
-static void draw_again() {
-    unsigned lines, columns;
+static bool terminal_echoes() {
+    struct termios state;
+    return output_is_terminal && tcgetattr(STDIN_FILENO, &state) == 0 && (state.c_lflag & ECHO);
+}
+
+// Shows the frame: `size` new bytes of it at `bytes`, or, with null, all of
+// it again (after a resize or a continue). As the screens wrote it where it
+// fits the window (or the window's size is unknown), else the part of it
+// around the cursor, or the notice where even that would be too little.
+static void show(const char *bytes, size_t size, bool new_frame) {
+    FramePicture picture = picture_of(frame, frame_size, frame_colours);
     struct winsize window {};
-    if (fits(lines, columns, window)) {
-        if (cursor_hidden) write_out("\033[?25l", 6);
-        write_out(frame, frame_size);
-        notice_up = false;
+    bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_row > 0 && window.ws_col > 0;
+    if (!known || (picture.lines <= window.ws_row && picture.columns <= window.ws_col)) {
+        if (bytes && shown == Shown::Bytes) {
+            write_out(bytes, size);
+        } else {
+            // From the frame's own colours, whatever the terminal has now.
+            write_out("\033[0m" + colour_sequence(frame_colours) + (cursor_hidden ? "\033[?25l" : ""));
+            write_out(frame, frame_size);
+        }
+        shown = Shown::Bytes;
+    } else if (window.ws_row < kLeastRows || window.ws_col < kLeastColumns) {
+        if (shown != Shown::Notice || new_frame || !bytes) write_notice(window, picture.lines, picture.columns);
+        shown = Shown::Notice;
     } else {
-        write_notice(window, lines, columns);
-        notice_up = true;
+        // A new frame clears the window as the screens meant it to; a marker
+        // that moves changes only its rows.
+        bool first = new_frame || shown != Shown::View;
+        std::string out = show_view(picture, window.ws_row, window.ws_col, first, first || !bytes || echo_since_view, view);
+        out += cursor_hidden ? "\033[?25l" : "\033[?25h";
+        for (size_t i = 0; bytes && i < size; ++i) out += bytes[i] == '\a' ? "\a" : "";
+        write_out(out);
+        shown = Shown::View;
+        echo_since_view = terminal_echoes();
     }
 }
 
@@ -213,33 +210,45 @@ void console_flush() {
     if (size == 0) return;
     note_cursor(bytes, size);
     const char *start = last_clear(bytes, size);
-    if (start) frame_size = 0;
-    append_frame(start ? start : bytes, start ? size - static_cast<size_t>(start - bytes) : size);
-    unsigned lines, columns;
-    struct winsize window {};
-    if (fits(lines, columns, window)) {
-        // The bytes as the screens wrote them; the whole frame after a notice.
-        if (notice_up) {
-            if (cursor_hidden) write_out("\033[?25l", 6);
-            write_out(frame, frame_size);
-        } else {
-            write_out(bytes, size);
-        }
-        notice_up = false;
-    } else if (!notice_up || start) {
-        write_notice(window, lines, columns);
-        notice_up = true;
+    if (start) {
+        follow_colours(bytes, static_cast<size_t>(start - bytes), output_colours);
+        frame_colours = output_colours;
+        frame_size = 0;
     }
+    const char *added = start ? start : bytes;
+    size_t added_size = size - static_cast<size_t>(added - bytes);
+    append_frame(added, added_size);
+    follow_colours(added, added_size, output_colours);
+    show(bytes, size, start != nullptr);
     std::rewind(pending);
     std::fflush(pending);
 }
 
-bool console_notice_up() { return notice_up; }
+void console_typed(int c) {
+    // What the terminal echoes of a line is part of what the window shows.
+    if (!pending || !(c == '\n' || (c >= 32 && c != 127)) || !terminal_echoes()) return;
+    char byte = static_cast<char>(c);
+    append_frame(&byte, 1);
+}
+
+// A line being typed when the frame is drawn again would stay in the
+// terminal's line buffer, unseen, and be stored with what comes after it:
+// it goes, and the bell says so. A line already entered waits whole in the
+// buffer and stays.
+static bool discard_unentered_line() {
+    struct termios state;
+    struct pollfd terminal = {STDIN_FILENO, POLLIN, 0};
+    if (!output_is_terminal || tcgetattr(STDIN_FILENO, &state) != 0 || !(state.c_lflag & ICANON)) return false;
+    if (poll(&terminal, 1, 0) > 0 && (terminal.revents & POLLIN)) return false;
+    return tcflush(STDIN_FILENO, TCIFLUSH) == 0;
+}
 
 void console_interrupted() {
     if (!redraw_wanted) return;
     redraw_wanted = 0;
-    draw_again();
+    bool discarded = discard_unentered_line();
+    show(nullptr, 0, false);
+    if (discarded) write_out("\a", 1);
 }
 
 void console_restore() {
@@ -279,5 +288,19 @@ void console_start() {
 
 void console_exit(int status) {
     console_flush();
+    std::exit(status);
+}
+
+void console_exit_below(int status) {
+    console_flush();
+    if (output_is_terminal) {
+        // Below the frame where it starts at the top of the screen, else below
+        // the window's last line; in the colours the terminal had.
+        FramePicture picture = picture_of(frame, frame_size, frame_colours);
+        struct winsize window {};
+        unsigned below = shown == Shown::Bytes && last_clear(frame, frame_size) ? picture.lines : 999;
+        if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_row > 0 && below > window.ws_row) below = window.ws_row;
+        write_out("\033[0m\033[" + std::to_string(below) + ";1H\r\n");
+    }
     std::exit(status);
 }

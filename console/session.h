@@ -7,11 +7,13 @@
 // and while the editor is stopped with Ctrl-Z.
 //
 // On a terminal, screen output is held until the program waits (for a key, a
-// pause, a command) and then written only if the frame it belongs to (the
-// bytes since the screen was last cleared) fits the window; otherwise a
-// notice with the sizes stands in for it, and keys are ignored until the
-// window is large enough. The frame is kept, to be drawn again after a resize
-// or after Ctrl-Z and fg.
+// pause, a command) and then written as it is where the frame it belongs to
+// (the bytes since the screen was last cleared) fits the window. Where it
+// does not, the window shows the part of the frame around the cursor (the
+// marker, or the prompt of an entry), rows cut at its width; below 40
+// columns or 12 lines a notice with the sizes stands in for it. Keys act as
+// usual either way. The frame is kept, to be drawn again, from its own
+// colours, after a resize or after Ctrl-Z and fg.
 #pragma once
 
 // Saves the terminal state (when standard input is a terminal), arranges for
@@ -26,15 +28,17 @@ void console_restore();
 // Flushes screen output and ends the program with `status`, restoring the
 // terminal on the way.
 [[noreturn]] void console_exit(int status);
+// The same on a fresh line below what the screen shows, in normal colours,
+// wherever the cursor stood in it (at the end of input: in a menu line).
+[[noreturn]] void console_exit_below(int status);
 
-// Writes what the screens printed since the last call: as it is, or the
-// notice while the frame does not fit the window.
+// Writes what the screens printed since the last call: as it is, the view
+// of the part around the cursor, or the notice.
 void console_flush();
-// Whether the notice stands in for the frame: keys are not for the screen then.
-bool console_notice_up();
+// Called with each byte read from the terminal: what it echoes of a line
+// belongs to the frame on the screen.
+void console_typed(int c);
 // Called when a wait for input was interrupted by a signal: after a resize or
-// a continue, the frame (or the notice) is written again.
+// a continue, the frame (or the notice) is written again. A line being typed
+// then is discarded, with the bell: the screen no longer shows it.
 void console_interrupted();
-// While set, frames are written whatever their size (a long list that is
-// meant to scroll).
-extern bool ConsoleFrameMayScroll;

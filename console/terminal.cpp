@@ -50,13 +50,15 @@ void print_escapeseq(unsigned index) {
 }
 
 void cursor_gotopos(unsigned row, unsigned column, unsigned row_offset) {
-    // The sequence has room for two digits only; clamping keeps it well-formed
-    // when a long list pushes the marker past line 99.
+    // The sequence has room for two digits only. A long list (the next
+    // actions of a hundred days) puts its marker past line 99: line 99 and
+    // then down, as far as no window reaches but the view of the frame does.
     unsigned line = row + row_offset;
-    if (line > 99) line = 99;
     if (column > 99) column = 99;
-    con_printf("%c%c%c%c%c%c%c%c", 27, '[', '0' + line / 10, '0' + line % 10, ';', '0' + column / 10,
+    unsigned shown = line > 99 ? 99 : line;
+    con_printf("%c%c%c%c%c%c%c%c", 27, '[', '0' + shown / 10, '0' + shown % 10, ';', '0' + column / 10,
                '0' + column % 10, 'H');
+    if (line > shown) con_printf("\033[%uB", line - shown);
 }
 
 void print_line(int style) {

@@ -151,8 +151,6 @@ void next_actions(NextActionsView &view) {
     constexpr unsigned kNext = 1, kBack = 3;
     int64_t start = ScheduleNow();
     int64_t end = actions_end(start, 100);
-    // A hundred days of actions may run far past the window, as they always have.
-    ConsoleFrameMayScroll = true;
     int count = print_next_actions(start, end, view.selected);
     while (view.open) {
         MenuKey key = read_key();
@@ -166,8 +164,6 @@ void next_actions(NextActionsView &view) {
             view.open = false;
         }
     }
-    console_flush();  // written while it may still scroll
-    ConsoleFrameMayScroll = false;
 }
 
 void print_sched_param(unsigned selected) {

@@ -555,6 +555,7 @@ private:
             {"down", 1, 1, [](Runner &r, Editor &, const Words &w, size_t) { return r.move("\x1b[B", number(w, 1)); }},
             {"up", 1, 1, [](Runner &r, Editor &, const Words &w, size_t) { return r.move("\x1b[A", number(w, 1)); }},
             {"go", 1, 1, [](Runner &, Editor &e, const Words &w, size_t) { return check(e.move_to(number(w, 1)), "cannot reach the row"); }},
+            {"find", 1, 1, [](Runner &, Editor &e, const Words &w, size_t) { return check(e.move_to_text(w[1]), "no row with the marker shows it"); }},
             {"enter", 2, 2, [](Runner &r, Editor &, const Words &w, size_t) { return r.press("\r"), r.await_screen(w[1], w[2]); }},
             {"choose", 3, 3, [](Runner &r, Editor &e, const Words &w, size_t) {
                  if (!e.move_to(number(w, 1))) return std::string("cannot reach the row");
@@ -575,6 +576,10 @@ private:
             {"wait", 1, 1, [](Runner &r, Editor &, const Words &w, size_t) { return check(r.written_since_press(w[1]), "not written since the last key"); }},
             {"row", 2, 2, [](Runner &, Editor &e, const Words &w, size_t) {
                  return check(e.row(number(w, 1)) == w[2], "row " + w[1] + " is \"" + e.row(number(w, 1)) + "\"");
+             }},
+            {"colours", 3, 3, [](Runner &, Editor &e, const Words &w, size_t) {
+                 std::string colours = e.colours(number(w, 1), number(w, 2));
+                 return check(colours == w[3], "the colours there are " + colours);
              }},
             {"never", 1, 1, [](Runner &, Editor &e, const Words &w, size_t) { return check(e.output.find(w[1]) == std::string::npos, "it was written"); }},
             {"bells", 1, 1, [](Runner &r, Editor &e, const Words &w, size_t) {
