@@ -159,6 +159,9 @@ static int leave() {
             return 1;
         }
         DataChanged = 0;
+        // Any other word throws the session's changes away: say so.
+        con_puts("\n\r");
+        con_puts(LangText[kTextNotSaved]);
     }
     con_puts("\n\r");
     FreeText();

@@ -43,6 +43,7 @@ enum OwnText {
     kTextCannotWrite = 1007_text,      // "%s" the file, "%s" why
     kTextCannotRead = 1008_text,       // "%s" the file, "%s" why
     kTextSaveFinishedLater = 1009_text,  // a save stopped after its commit point
+    kTextLanguageUnusable = 1010_text,   // "%s" the language file, "%s" why it cannot be loaded
 };
 
 // A language text with each "%s" (or "%u", a number given as text)

@@ -35,7 +35,9 @@ void read_language_names(LanguageNames names) {
     for (int number = 0; number < kLanguages; ++number) {
         char path[kProgramDirSize + 16];
         std::snprintf(path, sizeof path, "%slang_%02d.ini", ProgramDir, number);
-        FILE *file = std::fopen(path, "r");
+        // Not a FIFO, a device or a directory: nothing here may wait.
+        int error = 0;
+        FILE *file = open_regular(path, &error);
         if (!file) continue;
         char line[32];
         if (std::fgets(line, sizeof line, file) && line[0]) {
@@ -52,6 +54,21 @@ const char *language_name(const LanguageNames names) {
 }
 
 unsigned toggled(unsigned value) { return value ? 0 : 1; }
+
+// A language whose texts cannot be loaded (no [Corvane] section, unreadable)
+// would stop every later start: it is refused with the file and the reason.
+bool refused_language(int language) {
+    UnreadableError = 0;
+    if (language_loadable(language)) return false;
+    char path[kProgramDirSize + 32];
+    language_path(path, sizeof path, kCorvane, language);
+    con_puts("\a\n");
+    con_puts(fill_text(LangText[kTextLanguageUnusable], {path, UnreadableReason()}).c_str());
+    con_puts("\n");
+    ussleep(2000000);
+    UnreadableError = 0;
+    return true;
+}
 
 }  // namespace
 
@@ -108,7 +125,7 @@ void menu_languages(const char (*names)[50]) {
         if (key == KEY_DOWN && row <= listed) move_marker(row, row == listed ? back : row + 1, kListFirstLine);
         if (key == KEY_UP && row >= 2) move_marker(row, row == back ? listed : row - 1, kListFirstLine);
         if (key != KEY_ENTER) continue;
-        if (row <= listed) INI1.System.Language = static_cast<uint8_t>(row - 1);
+        if (row <= listed && !refused_language(static_cast<int>(row) - 1)) INI1.System.Language = static_cast<uint8_t>(row - 1);
         return;
     }
 }
