@@ -1,14 +1,23 @@
-// Model codes, and every fuzz seed and regression input through the checks
-// the fuzzers apply.
+// Model codes, every screen of every shipped language within 80 columns, and
+// every fuzz seed and regression input through the checks the fuzzers apply.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <fstream>
 #include <glob.h>
+#include <map>
+#include <random>
+#include <set>
 #include <sstream>
 #include <string>
 
+#include "app/main_menu.h"
+#include "config/ini_reader.h"
+#include "config/language.h"
 #include "config/model_code.h"
+#include "config/record.h"
+#include "console/lang.h"
+#include "console/view.h"
 #include "fuzz/checks.h"
 #include "support/fixtures.h"
 
@@ -44,6 +53,94 @@ TEST(ModelCode, FamiliesSpeedsAndBrands) {
     ASSERT_NE(FindUpsModelTxt(field, sizeof field), nullptr);
     EXPECT_STREQ(FindModel.name, "MERID32xxxRU");
     EXPECT_EQ(std::strlen(FindUpsModelTxt(std::string(80, 'X').replace(0, 12, "MERID32xxxRU").c_str())->name), 50u);
+}
+
+// Keys a curious administrator presses, the screens drawn for them read
+// back: what they need of the window, and the title of each.
+class Walk {
+public:
+    explicit Walk(unsigned seed) : random_(seed) { current_ = this; }
+    ~Walk() { current_ = nullptr; }
+    static int next_byte() { return current_->key(); }
+    std::map<std::string, std::string> too_wide;  // title: the row, for every screen wider than 80 columns
+    std::set<std::string> titles;
+
+private:
+    int key() {
+        if (!keys_.empty()) {
+            int c = static_cast<unsigned char>(keys_.front());
+            keys_.erase(0, 1);
+            return c;
+        }
+        look(console_.take_output());
+        if (++pressed_ > kKeys) return -1;
+        static const char *const kLines[] = {"", "1", "5", "100", "65535", "abc", "*", "Ein langer Name mit Umlauten äöü!"};
+        int roll = std::uniform_int_distribution<int>(0, 99)(random_);
+        keys_ = roll < 48 ? "\x1b[B" : roll < 70 ? "\x1b[A" : roll < 92 ? "\n" : std::string(kLines[roll % 8]) + "\n";
+        return key();
+    }
+    void look(const std::string &output) {
+        size_t clear = output.rfind("\033[2J");
+        frame_ = clear == std::string::npos ? frame_ + output : output.substr(clear);
+        if (clear == std::string::npos && output.find('\n') == std::string::npos) return;  // a marker that moved
+        if (!measured_.insert(std::hash<std::string>()(frame_)).second) return;  // drawn before
+        FramePicture picture = picture_of(frame_.data(), frame_.size(), Colours());
+        std::string title;
+        auto text = [](const std::vector<FramePicture::Cell> &cells) {
+            std::string row;
+            for (const auto &cell : cells) row += cell.size ? std::string(cell.bytes, cell.size) : " ";
+            return row;
+        };
+        for (const auto &cells : picture.rows) {
+            if (title.empty() && cells.size() > 5 && cells[0].bytes[0] == '*' && cells[4].bytes[0] == ' ') {
+                std::string row = text(cells);
+                size_t first = row.find_first_not_of("* ");
+                if (first != std::string::npos) title = row.substr(first, row.find("  ", first) - first);
+            }
+            if (cells.size() > 80 && !too_wide.count(title)) too_wide[title] = text(cells);
+        }
+        titles.insert(title);
+    }
+    static constexpr int kKeys = 6000;
+    static inline Walk *current_ = nullptr;
+    std::mt19937 random_;
+    ConsoleCapture console_;
+    Swap<int (*)()> reader_{ConsoleReadByte, next_byte};
+    std::string keys_, frame_;
+    std::set<size_t> measured_;
+    int pressed_ = 0;
+};
+
+// Every screen, walked with the values of the demo and of the full-size
+// directory, in every shipped language: no row wider than a standard
+// terminal. The walks see some sixty screens and entries each (by their
+// titles); far fewer means they no longer get past the first menus.
+TEST(Screens, EveryRowOfEveryLanguageFitsEightyColumns) {
+    for (const char *fixture : {CORVANE_DEMO_DIR, CORVANE_TEST_DATA "full"}) {
+        for (int language : {0, 1}) {
+            SCOPED_TRACE(std::string(fixture) + " in language " + std::to_string(language));
+            ScratchDir dir;
+            dir.copy_from(fixture);
+            char name[16];
+            std::snprintf(name, sizeof name, "lang_%02d.ini", language);
+            dir.write(name, read_file(std::string(CORVANE_DATA_DIR) + name));
+            ASSERT_EQ(LoadINI(), 0);
+            ASSERT_TRUE(AllocText() == 0 && LoadText(kCorvane, language) == 0);
+            INI1 = INI;
+            std::set<std::string> titles;
+            for (unsigned seed = 1; seed <= 6; ++seed) {
+                Walk walk(seed);
+                try {
+                    for (;;) main_menu();
+                } catch (const ConsoleCapture::InputExhausted &) {
+                }
+                for (const auto &wide : walk.too_wide) ADD_FAILURE() << wide.first << ":\n" << wide.second;
+                titles.insert(walk.titles.begin(), walk.titles.end());
+            }
+            EXPECT_GE(titles.size(), 50u) << "the walks stopped short: screens seen: " << titles.size();
+            FreeText();
+        }
+    }
 }
 
 std::vector<std::string> expand(const std::string &pattern) {
