@@ -7,6 +7,7 @@
 #include <glob.h>
 #include <map>
 #include <random>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -113,17 +114,21 @@ private:
 
 // Every screen, walked with the values of the demo and of the full-size
 // directory, in every shipped language: no row wider than a standard
-// terminal. The walks see some sixty screens and entries each (by their
+// terminal, and no language text taken for a format. The walks see some sixty screens and entries each (by their
 // titles); far fewer means they no longer get past the first menus.
 TEST(Screens, EveryRowOfEveryLanguageFitsEightyColumns) {
     for (const char *fixture : {CORVANE_DEMO_DIR, CORVANE_TEST_DATA "full"}) {
-        for (int language : {0, 1}) {
+        // Language 2 is English with every text a string of formats: shown
+        // as they are, they are as harmless as any text.
+        for (int language : {0, 1, 2}) {
             SCOPED_TRACE(std::string(fixture) + " in language " + std::to_string(language));
             ScratchDir dir;
             dir.copy_from(fixture);
             char name[16];
             std::snprintf(name, sizeof name, "lang_%02d.ini", language);
-            dir.write(name, read_file(std::string(CORVANE_DATA_DIR) + name));
+            std::string text = read_file(std::string(CORVANE_DATA_DIR) + (language == 2 ? "lang_00.ini" : name));
+            if (language == 2) text = std::regex_replace(text, std::regex("^(String[0-9]+)=\".*\"$", std::regex::multiline), "$1=\"%n%s%x%n\"");
+            dir.write(name, text);
             ASSERT_EQ(LoadINI(), 0);
             ASSERT_TRUE(AllocText() == 0 && LoadText(kCorvane, language) == 0);
             INI1 = INI;
@@ -137,7 +142,9 @@ TEST(Screens, EveryRowOfEveryLanguageFitsEightyColumns) {
                 for (const auto &wide : walk.too_wide) ADD_FAILURE() << wide.first << ":\n" << wide.second;
                 titles.insert(walk.titles.begin(), walk.titles.end());
             }
-            EXPECT_GE(titles.size(), 50u) << "the walks stopped short: screens seen: " << titles.size();
+            if (language < 2) {  // the formats' titles are all alike
+                EXPECT_GE(titles.size(), 50u) << "the walks stopped short: screens seen: " << titles.size();
+            }
             FreeText();
         }
     }
