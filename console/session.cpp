@@ -23,13 +23,19 @@ static volatile sig_atomic_t redraw_wanted = 0;
 
 static const int kFatalSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
-// Shows the cursor and resets the colours. Only write(2), so that a signal
-// handler may call it.
+// Where the line below what the screen shows begins ("ESC [ line ; 1 H"),
+// kept up to date as frames are shown, so that a signal handler can go there.
+static char below_screen[24] = "";
+
+// Shows the cursor and resets the colours; with `new_line` on a fresh line
+// below the screen, where the shell's next words cannot land inside a menu.
+// Only write(2), so that a signal handler may call it.
 static void reset_screen_attributes(bool new_line) {
     if (!output_is_terminal) return;
     static const char reset[] = "\033[0m\033[?25h\r\n";
     size_t length = sizeof reset - 1 - (new_line ? 0 : 2);
-    ssize_t ignored = write(STDOUT_FILENO, reset, length);
+    ssize_t ignored = new_line ? write(STDOUT_FILENO, below_screen, strlen(below_screen)) : 0;
+    ignored = write(STDOUT_FILENO, reset, length);
     (void)ignored;
 }
 
@@ -174,6 +180,10 @@ static void show(const char *bytes, size_t size, bool new_frame) {
     FramePicture picture = picture_of(frame, frame_size, frame_colours);
     struct winsize window {};
     bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_row > 0 && window.ws_col > 0;
+    // The frame's last line where it is drawn from the top of a cleared
+    // screen and fits; else the window's; unknown, where the cursor is.
+    bool whole = last_clear(frame, frame_size) && picture.lines <= window.ws_row && picture.columns <= window.ws_col;
+    if (known) std::snprintf(below_screen, sizeof below_screen, "\033[%u;1H", whole ? picture.lines : window.ws_row);
     if (!known || (picture.lines <= window.ws_row && picture.columns <= window.ws_col)) {
         if (bytes && shown == Shown::Bytes) {
             write_out(bytes, size);
@@ -293,14 +303,6 @@ void console_exit(int status) {
 
 void console_exit_below(int status) {
     console_flush();
-    if (output_is_terminal) {
-        // Below the frame where it starts at the top of the screen, else below
-        // the window's last line; in the colours the terminal had.
-        FramePicture picture = picture_of(frame, frame_size, frame_colours);
-        struct winsize window {};
-        unsigned below = shown == Shown::Bytes && last_clear(frame, frame_size) ? picture.lines : 999;
-        if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_row > 0 && below > window.ws_row) below = window.ws_row;
-        write_out("\033[0m\033[" + std::to_string(below) + ";1H\r\n");
-    }
+    reset_screen_attributes(true);
     std::exit(status);
 }

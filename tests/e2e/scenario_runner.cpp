@@ -661,7 +661,7 @@ private:
     std::string state_of(const std::string &name, bool timed = true) {
         struct stat state;
         if (lstat(editor().dir.path(name).c_str(), &state) != 0) return "<missing>";
-        if (!S_ISREG(state.st_mode)) return "<type " + std::to_string(state.st_mode & S_IFMT) + ">";  // a FIFO is never read
+        if (S_ISFIFO(state.st_mode) || S_ISSOCK(state.st_mode)) return "<special>";  // a FIFO is never read
         if (!timed) return file_text(name);
         return file_text(name) + "@" + std::to_string(state.st_mtim.tv_sec) + "." + std::to_string(state.st_mtim.tv_nsec);
     }
