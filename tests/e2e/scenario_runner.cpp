@@ -577,10 +577,7 @@ private:
             {"row", 2, 2, [](Runner &, Editor &e, const Words &w, size_t) {
                  return check(e.row(number(w, 1)) == w[2], "row " + w[1] + " is \"" + e.row(number(w, 1)) + "\"");
              }},
-            {"colours", 3, 3, [](Runner &, Editor &e, const Words &w, size_t) {
-                 std::string colours = e.colours(number(w, 1), number(w, 2));
-                 return check(colours == w[3], "the colours there are " + colours);
-             }},
+            {"colours", 3, 3, [](Runner &, Editor &e, const Words &w, size_t) { return check(e.colours(number(w, 1), number(w, 2)) == w[3], "they are " + e.colours(number(w, 1), number(w, 2))); }},
             {"never", 1, 1, [](Runner &, Editor &e, const Words &w, size_t) { return check(e.output.find(w[1]) == std::string::npos, "it was written"); }},
             {"bells", 1, 1, [](Runner &r, Editor &e, const Words &w, size_t) {
                  return check(e.bells - r.bells_ == number(w, 1), std::to_string(e.bells - r.bells_) + " bells since the last key");

@@ -170,11 +170,8 @@ public:
     std::string colours(int r, int c) const {
         VTermScreenCell cell {};
         vterm_screen_get_cell(vscreen_, VTermPos{r, c}, &cell);
-        auto colour = [](const VTermColor &colour, bool own, int base) {
-            return own || !VTERM_COLOR_IS_INDEXED(&colour) ? std::string("-") : std::to_string(base + colour.indexed.idx);
-        };
-        return std::string(cell.attrs.bold ? "1;" : "0;") + colour(cell.fg, VTERM_COLOR_IS_DEFAULT_FG(&cell.fg), 30) + ";" +
-               colour(cell.bg, VTERM_COLOR_IS_DEFAULT_BG(&cell.bg), 40);
+        auto colour = [](const VTermColor &colour, int own, int base) { return own || !VTERM_COLOR_IS_INDEXED(&colour) ? "-" : std::to_string(base + colour.indexed.idx); };
+        return std::string(cell.attrs.bold ? "1;" : "0;") + colour(cell.fg, VTERM_COLOR_IS_DEFAULT_FG(&cell.fg), 30) + ";" + colour(cell.bg, VTERM_COLOR_IS_DEFAULT_BG(&cell.bg), 40);
     }
     int marker_row() const {  // the row of the "-->" marker, or -1
         for (int r = 0; r < rows; ++r) {
@@ -191,24 +188,20 @@ public:
         return marker_row() == target;
     }
 
-    // Down, then Up, until the marker's row shows `text`: in a window that
-    // shows part of a screen, the marker may stay on one row while the
-    // screen moves under it.
+    // Down until the marker's row shows `text`: in a window that shows part
+    // of a screen, the marker may stay on one row while the screen moves
+    // under it. A key is answered in full once it is read (a read call a
+    // byte) and the editor waits for the next.
     bool move_to_text(const std::string &text) {
-        for (const char *key : {"\x1b[B", "\x1b[A"}) {
-            for (int presses = 0; presses < 40; ++presses) {
-                if (marker_row() >= 0 && row(marker_row()).find(text) != std::string::npos) return true;
-                std::string before = screen();
-                long read_before = reads();
-                send(key);
-                // Once it has read the key (a read call a byte) and waits for
-                // the next, all it drew for this one is out.
-                wait_until([&] { return reads() >= read_before + 3 && unread_input() == 0 && waiting_for_keys(); });
-                settle(0);
-                if (screen() == before) break;  // the first or the last item
-            }
+        auto there = [&] { return marker_row() >= 0 && row(marker_row()).find(text) != std::string::npos; };
+        for (std::string before; !there() && before != screen();) {
+            before = screen();
+            long read_before = reads();
+            send("\x1b[B");
+            wait_until([&] { return reads() >= read_before + 3 && unread_input() == 0 && waiting_for_keys(); });
+            settle(0);
         }
-        return marker_row() >= 0 && row(marker_row()).find(text) != std::string::npos;
+        return there();
     }
 
     bool wait_exit(int timeout_ms = 5000) {  // and its last output read

@@ -62,43 +62,33 @@ class Walk {
 public:
     explicit Walk(unsigned seed) : random_(seed) { current_ = this; }
     ~Walk() { current_ = nullptr; }
-    static int next_byte() { return current_->key(); }
     std::map<std::string, std::string> too_wide;  // title: the row, for every screen wider than 80 columns
     std::set<std::string> titles;
 
 private:
-    int key() {
-        if (!keys_.empty()) {
-            int c = static_cast<unsigned char>(keys_.front());
-            keys_.erase(0, 1);
-            return c;
-        }
-        look(console_.take_output());
-        if (++pressed_ > kKeys) return -1;
+    static int next_byte() {  // the keys of a move or a line one by one, a new one when they are out
+        Walk &w = *current_;
         static const char *const kLines[] = {"", "1", "5", "100", "65535", "abc", "*", "Ein langer Name mit Umlauten äöü!"};
-        int roll = std::uniform_int_distribution<int>(0, 99)(random_);
-        keys_ = roll < 48 ? "\x1b[B" : roll < 70 ? "\x1b[A" : roll < 92 ? "\n" : std::string(kLines[roll % 8]) + "\n";
-        return key();
+        if (w.keys_.empty()) {
+            if (w.look(w.console_.take_output()), ++w.pressed_ > kKeys) return -1;
+            int roll = std::uniform_int_distribution<int>(0, 99)(w.random_);
+            w.keys_ = roll < 48 ? "\x1b[B" : roll < 70 ? "\x1b[A" : roll < 92 ? "\n" : std::string(kLines[roll % 8]) + "\n";
+        }
+        int c = static_cast<unsigned char>(w.keys_[0]);
+        return w.keys_.erase(0, 1), c;
     }
     void look(const std::string &output) {
         size_t clear = output.rfind("\033[2J");
         frame_ = clear == std::string::npos ? frame_ + output : output.substr(clear);
-        if (clear == std::string::npos && output.find('\n') == std::string::npos) return;  // a marker that moved
-        if (!measured_.insert(std::hash<std::string>()(frame_)).second) return;  // drawn before
-        FramePicture picture = picture_of(frame_.data(), frame_.size(), Colours());
+        // Not for a marker that moved, nor for a frame drawn before.
+        if ((clear == std::string::npos && output.find('\n') == std::string::npos) || !measured_.insert(std::hash<std::string>()(frame_)).second) return;
         std::string title;
-        auto text = [](const std::vector<FramePicture::Cell> &cells) {
+        for (const auto &cells : picture_of(frame_.data(), frame_.size(), Colours()).rows) {
             std::string row;
             for (const auto &cell : cells) row += cell.size ? std::string(cell.bytes, cell.size) : " ";
-            return row;
-        };
-        for (const auto &cells : picture.rows) {
-            if (title.empty() && cells.size() > 5 && cells[0].bytes[0] == '*' && cells[4].bytes[0] == ' ') {
-                std::string row = text(cells);
-                size_t first = row.find_first_not_of("* ");
-                if (first != std::string::npos) title = row.substr(first, row.find("  ", first) - first);
-            }
-            if (cells.size() > 80 && !too_wide.count(title)) too_wide[title] = text(cells);
+            size_t first = row.find_first_not_of("* ");
+            if (title.empty() && row.compare(0, 5, "**** ") == 0 && first != std::string::npos) title = row.substr(first, row.find("  ", first) - first);
+            if (cells.size() > 80 && !too_wide.count(title)) too_wide[title] = row;
         }
         titles.insert(title);
     }
@@ -114,18 +104,16 @@ private:
 
 // Every screen, walked with the values of the demo and of the full-size
 // directory, in every shipped language: no row wider than a standard
-// terminal, and no language text taken for a format. The walks see some sixty screens and entries each (by their
-// titles); far fewer means they no longer get past the first menus.
+// terminal, and no language text taken for a format. The walks see some
+// sixty screens and entries (by their titles); far fewer means they no
+// longer get past the first menus.
 TEST(Screens, EveryRowOfEveryLanguageFitsEightyColumns) {
     for (const char *fixture : {CORVANE_DEMO_DIR, CORVANE_TEST_DATA "full"}) {
-        // Language 2 is English with every text a string of formats: shown
-        // as they are, they are as harmless as any text.
-        for (int language : {0, 1, 2}) {
+        for (int language : {0, 1, 2}) {  // 2: English, every text a string of formats
             SCOPED_TRACE(std::string(fixture) + " in language " + std::to_string(language));
             ScratchDir dir;
             dir.copy_from(fixture);
-            char name[16];
-            std::snprintf(name, sizeof name, "lang_%02d.ini", language);
+            const std::string name = "lang_0" + std::to_string(language) + ".ini";
             std::string text = read_file(std::string(CORVANE_DATA_DIR) + (language == 2 ? "lang_00.ini" : name));
             if (language == 2) text = std::regex_replace(text, std::regex("^(String[0-9]+)=\".*\"$", std::regex::multiline), "$1=\"%n%s%x%n\"");
             dir.write(name, text);
