@@ -161,7 +161,7 @@ static void note_cursor(const char *bytes, size_t size) {
 static void write_notice(const struct winsize &window, unsigned lines, unsigned columns) {
     const char *notice = LangText[kTextWindowTooSmall] && LangText[kTextWindowTooSmall][0]
                              ? LangText[kTextWindowTooSmall]
-                             : "Window %ux%u, screen %ux%u: enlarge the window or press Ctrl-C to leave.";
+                             : "Window %ux%u, screen %ux%u: enlarge the window to see the screen; keys act on it meanwhile.";
     std::string sizes[4] = {std::to_string(window.ws_col), std::to_string(window.ws_row), std::to_string(columns), std::to_string(lines)};
     write_out("\033[0m\033[?25l\033[2J\033[01;01H" +
               fill_text(notice, {sizes[0].c_str(), sizes[1].c_str(), sizes[2].c_str(), sizes[3].c_str()}));
