@@ -180,11 +180,13 @@ static void show(const char *bytes, size_t size, bool new_frame) {
     FramePicture picture = picture_of(frame, frame_size, frame_colours);
     struct winsize window {};
     bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_row > 0 && window.ws_col > 0;
-    // The frame's last line where it is drawn from the top of a cleared
-    // screen and fits; else the window's; unknown, where the cursor is.
-    bool whole = last_clear(frame, frame_size) && picture.lines <= window.ws_row && picture.columns <= window.ws_col;
+    bool fits = picture.lines <= window.ws_row && picture.columns <= window.ws_col;
+    // Below the frame's last line where it is drawn from the top of a
+    // cleared screen and fits; else below the window's; unknown, where the
+    // cursor is.
+    bool whole = fits && last_clear(frame, frame_size);
     if (known) std::snprintf(below_screen, sizeof below_screen, "\033[%u;1H", whole ? picture.lines : window.ws_row);
-    if (!known || (picture.lines <= window.ws_row && picture.columns <= window.ws_col)) {
+    if (!known || fits) {
         if (bytes && shown == Shown::Bytes) {
             write_out(bytes, size);
         } else {
