@@ -28,23 +28,29 @@ enum Row : unsigned {
 constexpr int kLanguages = 32;
 using LanguageNames = char[kLanguages][50];
 
+// The display name of language file `number` (its first line, at most 31
+// characters, the line end dropped) into `name`. False when the file is not
+// there or no regular file: a FIFO, a device or a directory is never
+// opened, since reading one could wait.
+bool read_language_name(int number, char (&name)[32]) {
+    char path[kProgramDirSize + 32];
+    language_path(path, sizeof path, kCorvane, number);
+    int error = 0;
+    FILE *file = open_regular(path, &error);
+    if (!file) return false;
+    name[0] = '\0';
+    if (std::fgets(name, sizeof name, file) && name[0]) name[std::strlen(name) - 1] = '\0';  // the line end, or the 31st character
+    std::fclose(file);
+    return true;
+}
+
 // The first line of every language file present, rebuilt on each visit so
 // that files added meanwhile are seen.
 void read_language_names(LanguageNames names) {
     std::memset(names, 0, sizeof(LanguageNames));
     for (int number = 0; number < kLanguages; ++number) {
-        char path[kProgramDirSize + 16];
-        std::snprintf(path, sizeof path, "%slang_%02d.ini", ProgramDir, number);
-        // Not a FIFO, a device or a directory: nothing here may wait.
-        int error = 0;
-        FILE *file = open_regular(path, &error);
-        if (!file) continue;
         char line[32];
-        if (std::fgets(line, sizeof line, file) && line[0]) {
-            line[std::strlen(line) - 1] = '\0';  // the line end, or the 31st character
-            std::snprintf(names[number], sizeof names[number], "%s", line);
-        }
-        std::fclose(file);
+        if (read_language_name(number, line)) std::snprintf(names[number], sizeof names[number], "%s", line);
     }
 }
 
@@ -191,15 +197,7 @@ void main_param() {
 
 int choice_language(unsigned char *master_language, const unsigned char *working_language) {
     unsigned count = 0;
-    for (; count < 32; ++count) {
-        char path[kProgramDirSize + 32];
-        language_path(path, sizeof path, kCorvane, static_cast<int>(count));
-        int error = 0;
-        FILE *file = open_regular(path, &error);
-        if (!file) break;
-        char name[32] = "";
-        if (std::fgets(name, sizeof name, file) && name[0]) name[std::strlen(name) - 1] = '\0';
-        std::fclose(file);
+    for (char name[32]; count < kLanguages && read_language_name(static_cast<int>(count), name); ++count) {
         con_printf("\n\r    %i. %s", static_cast<int>(count) + 1, name);
     }
 
