@@ -93,6 +93,7 @@ static char *pending_bytes = nullptr;
 static size_t pending_size = 0;
 static char *frame = nullptr;  // the bytes since the screen was last cleared
 static size_t frame_size = 0, frame_room = 0;
+static bool frame_cleared = false;  // it begins at a clear (the first output may not)
 static bool cursor_hidden = false;
 static Colours frame_colours, output_colours;  // before the frame's first byte; after the last byte written
 // How the frame is on the screen: its own bytes, the view of a part of it,
@@ -184,7 +185,7 @@ static void show(const char *bytes, size_t size, bool new_frame) {
     // Below the frame's last line where it is drawn from the top of a
     // cleared screen and fits; else below the window's; unknown, where the
     // cursor is.
-    bool whole = fits && last_clear(frame, frame_size);
+    bool whole = fits && frame_cleared;
     if (known) std::snprintf(below_screen, sizeof below_screen, "\033[%u;1H", whole ? picture.lines : window.ws_row);
     if (!known || fits) {
         if (bytes && shown == Shown::Bytes) {
@@ -226,6 +227,7 @@ void console_flush() {
         follow_colours(bytes, static_cast<size_t>(start - bytes), output_colours);
         frame_colours = output_colours;
         frame_size = 0;
+        frame_cleared = true;
     }
     const char *added = start ? start : bytes;
     size_t added_size = size - static_cast<size_t>(added - bytes);
