@@ -68,7 +68,9 @@ struct ChangeOptions {
 // per entry added, deleted or renumbered, or all of it as one JSON object.
 // A secret key given kHidden keeps its value, so that a dump applied back
 // changes nothing.
-int run_changes(const std::vector<Change> &changes, const ChangeOptions &options);
+// `deleted` names entries ([FILE:]SECTION, by number or name) to delete;
+// one that is not there is already as asked.
+int run_changes(const std::vector<Change> &changes, const ChangeOptions &options, const std::vector<std::string> &deleted = {});
 int run_set(const std::vector<std::string> &assignments, const ChangeOptions &options);
 // The keys whose values differ from those of `other`, a Korvel directory
 // or a JSON file of the dump's shape ("-": standard input), as Korvel reads

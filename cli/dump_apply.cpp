@@ -57,6 +57,7 @@ Json as_json(const Field &field, const std::string &value) {
 bool value_text(const Json &value, std::string &text) {
     if (value.is_string()) return text = value.get<std::string>(), true;
     if (value.is_number_unsigned()) return text = std::to_string(value.get<unsigned long>()), true;
+    if (value.is_boolean()) return text = value.get<bool>() ? "1" : "0", true;
     if (!value.is_object() || value.size() != 1 || !value.contains("hex") || !value["hex"].is_string()) return false;
     std::string hex = value["hex"].get<std::string>();
     if (hex.size() % 2 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) return false;
@@ -110,9 +111,19 @@ void print_report_json(const std::vector<Reported> &lines, const std::vector<std
 
 namespace {
 
+// A section, or a group's file, given as {"state": "absent"} is deleted;
+// "present" stands beside its keys. "" or why the state is neither.
+std::string state_of(const std::string &where, const Json &object, bool &absent) {
+    auto state = object.find("state");
+    absent = state != object.end() && *state == "absent" && object.size() == 1;
+    if (state == object.end() || absent || *state == "present") return "";
+    return where + ".state: allowed: \"absent\" alone, or \"present\"";
+}
+
 // Reads a JSON object of the dump's shape from `source` (a file, or "-" for
-// standard input) as key and value, in its order. "" or why not.
-std::string read_dump(const std::string &source, std::vector<std::pair<std::string, Json>> &values) {
+// standard input) as key and value, in its order, and with `deleted` the
+// sections given as absent. "" or why not.
+std::string read_dump(const std::string &source, std::vector<std::pair<std::string, Json>> &values, std::vector<std::string> *deleted = nullptr) {
     // The whole text first: a directory or a FIFO is refused before any parsing.
     std::string text;
     int error = 0;
@@ -131,10 +142,36 @@ std::string read_dump(const std::string &source, std::vector<std::pair<std::stri
     }
     if (!all.is_object()) return source + ": not an object of files";
     for (const auto &file : all.items()) {
+        IniFile which = kGroupIni;
+        int number = 0;
+        // A group by its name, group[NAME], as a key names it.
+        bool by_name = file.key().compare(0, 6, "group[") == 0 && file.key().back() == ']';
+        if (!by_name && !parse_file_name(file.key(), which, number)) {
+            return file.key() + ": not a file of Korvel's (korvel.ini, jobs.ini, jobsSTS.ini, group_NN.ini or group[NAME], sensor.ini): "
+                                "the settings name files, then their sections, then keys";
+        }
         if (!file.value().is_object()) return file.key() + ": not an object of sections";
+        std::string prefix = file.key() + (by_name ? "." : ":");
+        // Puts what a state of "absent" deletes in `deleted`. "" or why it cannot be.
+        auto deletion = [&](const std::string &where, const Json &object, bool whole_file, bool &gone) {
+            std::string why = state_of(where, object, gone);
+            if (!why.empty() || !gone) return why;
+            if (!deleted) return where + ": a state is given only to apply";
+            if (whole_file && !by_name && which != kGroupIni) return where + ": only a group's file can be deleted";
+            deleted->push_back(whole_file ? prefix + "Common" : where);
+            return why;
+        };
+        bool gone = false;
+        if (std::string why = deletion(file.key(), file.value(), true, gone); !why.empty()) return why;
+        if (gone) continue;
         for (const auto &section : file.value().items()) {
+            if (section.key() == "state") continue;
             if (!section.value().is_object()) return file.key() + ":" + section.key() + ": not an object of keys";
-            for (const auto &key : section.value().items()) values.emplace_back(file.key() + ":" + section.key() + "." + key.key(), key.value());
+            if (std::string why = deletion(prefix + section.key(), section.value(), false, gone); !why.empty()) return why;
+            if (gone) continue;
+            for (const auto &key : section.value().items()) {
+                if (key.key() != "state") values.emplace_back(prefix + section.key() + "." + key.key(), key.value());
+            }
         }
     }
     return "";
@@ -156,14 +193,15 @@ std::vector<std::pair<std::string, Json>> saved_values() {
 
 int run_apply(const std::string &source, const ChangeOptions &options) {
     std::vector<std::pair<std::string, Json>> values;
-    if (std::string why = read_dump(source, values); !why.empty()) return complain(why), kRefused;
+    std::vector<std::string> deleted;
+    if (std::string why = read_dump(source, values, &deleted); !why.empty()) return complain(why), kRefused;
     std::vector<Change> changes;
     for (const auto &value : values) {
         std::string text;
-        if (!value_text(value.second, text)) return complain(value.first + ": not a text or a number"), kRefused;
+        if (!value_text(value.second, text)) return complain(value.first + ": not a text, a number or a switch (true, false)"), kRefused;
         changes.emplace_back(value.first, text);
     }
-    return run_changes(changes, options);
+    return run_changes(changes, options, deleted);
 }
 
 int run_diff(const std::string &other, bool json) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <map>
 #include <tuple>
@@ -342,17 +343,96 @@ bool show_secrets = false;
 
 std::string shown_value(bool secret, const std::string &value) { return secret && !show_secrets ? kHidden : value; }
 
-int run_changes(const std::vector<Change> &changes, const ChangeOptions &options) {
+namespace {
+
+// The key whose emptying deletes the entry (or group) `section` names, as
+// the screens delete one, and the value that empties it; no key when there
+// is no such entry to delete.
+std::string deletion_key(const std::string &section, KeyRef &key, std::string &value) {
+    std::string resolved;
+    std::vector<Change> none;
+    NameResolver existing(INI, false);
+    if (std::string why = existing.resolve(section + ".", resolved, none); !why.empty()) return existing.missing() ? "" : why;
+    KeyName &name = key.name;
+    resolved.pop_back();
+    if (std::string why = parse_section(resolved, name); !why.empty()) return why;
+    bool group = named(name.kind, "Common");
+    if (!group && !compact(name)) return "not an entry: only entries of a series and groups are deleted";
+    std::vector<int> groups = groups_in_use(INI);
+    int count = static_cast<int>(groups.size());
+    if (!group && name.file == kGroupIni) {
+        count = name.group_number < count ? static_cast<int>(entries_in_use(INI, *name.kind, groups[name.group_number]).size()) : 0;
+    } else if (!group) {
+        count = static_cast<int>(entries_in_use(INI, *name.kind, -1).size());
+    }
+    if ((group ? name.group_number : name.number) >= count) return "";
+    const KeySet &keys = key_set(name.file, name.kind->key_set);
+    name.field = group ? field_named(keys, "Name") : &keys.fields[0];
+    name.name += std::string(".") + name.field->key;
+    value = name.field->kind == FieldKind::Text ? "" : "0";
+    return "";
+}
+
+// Puts the changes whose keys `place` gives a series and a number in the
+// numbers' order, each series among the places its changes hold: a new
+// entry is added after the one before it, whatever the request's order.
+void number_order(std::vector<Change> &changes, const std::function<bool(const KeyName &, std::string &, int &)> &place) {
+    std::map<std::string, std::vector<size_t>> series;
+    for (size_t i = 0; i < changes.size(); ++i) {
+        KeyName name;
+        std::string which;
+        int number = 0;
+        if (parse_key(changes[i].first, name).empty() && place(name, which, number)) series[which].push_back(i);
+    }
+    for (const auto &one : series) {
+        std::vector<std::pair<int, Change>> held;
+        for (size_t i : one.second) {
+            KeyName name;
+            std::string which;
+            int number = 0;
+            parse_key(changes[i].first, name), place(name, which, number);
+            held.emplace_back(number, changes[i]);
+        }
+        std::stable_sort(held.begin(), held.end(), [](const auto &a, const auto &b) { return a.first < b.first; });
+        for (size_t n = 0; n < held.size(); ++n) changes[one.second[n]] = held[n].second;
+    }
+}
+
+}  // namespace
+
+int run_changes(const std::vector<Change> &changes, const ChangeOptions &options, const std::vector<std::string> &deleted) {
     store_defaults();
+    Request request;
+    // Deletions first: a key of a deleted entry is then refused as such.
+    for (const std::string &section : deleted) {
+        KeyRef key;
+        std::string value;
+        std::string why = deletion_key(section, key, value);
+        if (why.empty() && key.name.field) why = request.change(key, value);
+        if (!why.empty()) return complain(section + ": " + why), kRefused;
+    }
+    std::vector<Change> numbered;
     // Names become numbers as the files numbered the entries when the request began.
     NameResolver names(INI, options.create);
-    std::vector<Change> numbered;
+    for (const Change &change : changes) {
+        KeyName name;
+        if (change.first.find('[') != std::string::npos || !parse_key(change.first, name).empty()) continue;
+        names.reserve(section_of(name));
+        if (name.file == kGroupIni) names.reserve(file_name(kGroupIni, name.group_number));
+    }
     for (const Change &change : changes) {
         std::string key;
         if (std::string why = names.resolve(change.first, key, numbered); !why.empty()) return complain(change.first + ": " + why), kRefused;
         numbered.emplace_back(key, change.second);
     }
-    Request request;
+    number_order(numbered, [](const KeyName &name, std::string &, int &number) {
+        number = name.group_number;
+        return name.file == kGroupIni;
+    });
+    number_order(numbered, [](const KeyName &name, std::string &which, int &number) {
+        which = std::to_string(name.group_number) + name.kind->name, number = name.number;
+        return compact(name);
+    });
     for (const Change &change : numbered) {
         KeyRef key;
         std::string why = parse_key(change.first, key.name);

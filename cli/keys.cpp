@@ -84,14 +84,11 @@ const SectionKind &kind_named(IniFile file, const char *name) {
     return kSectionKinds[0];
 }
 
-std::string parse_key(const std::string &text, KeyName &key) {
+std::string parse_section(const std::string &text, KeyName &key) {
     key = KeyName();
     size_t colon = text.find(':');
     std::string file = colon == std::string::npos ? "korvel.ini" : text.substr(0, colon);
-    std::string rest = colon == std::string::npos ? text : text.substr(colon + 1);
-    size_t dot = rest.rfind('.');
-    if (dot == std::string::npos) return "not FILE:SECTION.KEY";
-    std::string section = rest.substr(0, dot), name = rest.substr(dot + 1);
+    std::string section = colon == std::string::npos ? text : text.substr(colon + 1);
     int number = 0;
     if (!parse_file_name(file, key.file, number)) return "no such file: " + file;
     if (key.file == kGroupIni) key.group_number = number;
@@ -107,9 +104,18 @@ std::string parse_key(const std::string &text, KeyName &key) {
         }
     }
     if (!key.kind) return "no such section in " + file + ": " + section;
+    key.name = (key.file == kKorvelIni ? "" : file + ":") + section;
+    return "";
+}
+
+std::string parse_key(const std::string &text, KeyName &key) {
+    size_t colon = text.find(':'), dot = text.rfind('.');
+    if (dot == std::string::npos || (colon != std::string::npos && dot < colon)) return "not FILE:SECTION.KEY";
+    if (std::string why = parse_section(text.substr(0, dot), key); !why.empty()) return why;
+    std::string name = text.substr(dot + 1);
     key.field = field_named(key_set(key.file, key.kind->key_set), name.c_str());
-    if (!key.field) return "no such key in [" + section + "]: " + name;
-    key.name = (key.file == kKorvelIni ? "" : file + ":") + section + "." + name;
+    if (!key.field) return "no such key in [" + key.name.substr(key.name.find(':') + 1) + "]: " + name;
+    key.name += "." + name;
     return "";
 }
 

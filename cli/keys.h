@@ -33,6 +33,8 @@ bool named(const SectionKind *kind, const char *name);
 const SectionKind &kind_named(IniFile file, const char *name);
 // Parses `text`. "" or why it names no key.
 std::string parse_key(const std::string &text, KeyName &key);
+// Parses "[FILE:]SECTION" into `key`, without a field. "" or why it names no section.
+std::string parse_section(const std::string &text, KeyName &key);
 // Whether the values of key `key` of section kind `kind` are secrets
 // (passwords, their digests, SNMP communities): output shows them as
 // kHidden unless asked to show them.

@@ -28,7 +28,7 @@ int main(int argc, char **argv) {
 
     std::vector<std::string> keys, assignments;
     std::string source;
-    bool dry_run = false, json = false;
+    bool dry_run = false, json = false, create = false;
     int days = 100;
     auto *get = app.add_subcommand("get", "print values, one per line");
     get->add_option("KEY", keys, "[FILE:]SECTION.KEY")->required();
@@ -39,7 +39,6 @@ int main(int argc, char **argv) {
     set->add_option("KEY=VALUE", assignments)->required();
     set->add_flag("--dry-run", dry_run, "print what would change, write nothing");
     set->add_flag("--json", json, "as one JSON object: changes, entries, notes, files written");
-    bool create = false;
     set->add_flag("--create", create, "a key that names an entry no entry has, UPS[NAME].KEY, adds that entry");
     auto *dump = app.add_subcommand("dump", "print every setting a save writes");
     dump->add_flag("--json", json, "as one JSON object: file, section, key, value");
@@ -47,6 +46,7 @@ int main(int argc, char **argv) {
     apply->add_option("FILE", source, "the JSON file, or - for standard input")->required();
     apply->add_flag("--dry-run", dry_run, "print what would change, write nothing");
     apply->add_flag("--json", json, "as one JSON object: changes, entries, notes, files written");
+    apply->add_flag("--create", create, "an entry named UPS[NAME] that no entry has is added");
     auto *diff = app.add_subcommand("diff", "print the keys whose values differ from another Korvel directory's or a dump's");
     diff->add_option("OTHER", source, "a Korvel directory, a JSON file of the dump's shape, - for standard input, or @N for generation N")->required();
     diff->add_flag("--json", json, "as a JSON list of key, here, other, secret");
@@ -108,7 +108,7 @@ int main(int argc, char **argv) {
         if (recover->parsed()) return run_recover();
         if (history->parsed()) return run_history(json);
         if (rollback->parsed()) return run_rollback(generation);
-        if (apply->parsed()) return run_apply(source, {dry_run, json, false});
+        if (apply->parsed()) return run_apply(source, {dry_run, json, create});
         if (check->parsed()) return run_check(json);
         if (profile->parsed()) return run_profile(action, group, source);
         return run_next(days);

@@ -1,5 +1,6 @@
 #include "cli/names.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "cli/keys.h"
@@ -61,10 +62,13 @@ std::string NameResolver::number_of_name(const SectionKind *kind, int group, con
     for (const auto &made : created_) {
         if (std::get<0>(made) == kind && std::get<1>(made) == group && std::get<2>(made) == name) return number = std::get<3>(made), "";
     }
+    missing_ = !create_;
     if (!create_) return "no " + what + " named \"" + name + "\"; " + (names.empty() ? "there are none" : "there are " + names) + " (--create adds one)";
-    int made = 0;
-    for (const auto &entry : created_) made += std::get<0>(entry) == kind && std::get<1>(entry) == group;
-    number = static_cast<int>(in_use.size()) + made;
+    number = static_cast<int>(in_use.size());
+    for (const auto &entry : created_) {
+        if (std::get<0>(entry) == kind && std::get<1>(entry) == group) number = std::max(number, std::get<3>(entry) + 1);
+    }
+    while (reserved_.count((kind && prefix != "korvel.ini:" ? prefix : "") + label(number))) ++number;
     created_.emplace_back(kind, group, name, number);
     named.emplace_back(prefix + (kind ? label(number) + "." + name_key(kind) : label(number) + ":Common.Name"), name);
     return "";
@@ -72,6 +76,7 @@ std::string NameResolver::number_of_name(const SectionKind *kind, int group, con
 
 std::string NameResolver::resolve(const std::string &text, std::string &resolved, std::vector<Change> &named) {
     resolved = text;
+    missing_ = false;
     int group = -1;
     std::string prefix;
     // group[NAME]. first: its events are looked up among that group's.

@@ -5,6 +5,7 @@
 // address a script can keep: it does not move when an earlier entry goes.
 #pragma once
 
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -25,6 +26,11 @@ public:
     // the names there are. `named` gets the change that names each entry
     // to be created, before the key that creates it.
     std::string resolve(const std::string &text, std::string &resolved, std::vector<Change> &named);
+    // A section ("UPS_04", "group_01.ini:Event_02") or a group's file that
+    // the request names by number: an entry it creates by name is not given it.
+    void reserve(const std::string &taken) { reserved_.insert(taken); }
+    // Whether the last resolve found no entry of a name it did not create.
+    bool missing() const { return missing_; }
 
 private:
     // One name in a key: of a group (kind null) or of an entry of a series.
@@ -32,5 +38,7 @@ private:
                                std::vector<Change> &named);
     const ConfigRecord &record_;
     bool create_;
+    bool missing_ = false;
+    std::set<std::string> reserved_;
     std::vector<std::tuple<const SectionKind *, int, std::string, int>> created_;  // kind, group, name, number
 };

@@ -10,8 +10,8 @@ _corvanectl() {
     case $command in
         '') options=$'get\nset\ndump\napply\ncheck\nprofile\nnext\nkeys\n-C\n--wait\n--show-secrets\n--help\n--version' ;;
         get) options=$'--json\n-z' ;;
-        set) options=$'--dry-run\n--json' ;;
-        apply) options=$'--dry-run\n--json' ;;
+        set) options=$'--dry-run\n--json\n--create' ;;
+        apply) options=$'--dry-run\n--json\n--create' ;;
         dump|check|keys) options=$'--json' ;;
         next) options=$'--days' ;;
         profile) options=$'save\nload' ;;
