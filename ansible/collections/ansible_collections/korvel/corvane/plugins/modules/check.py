@@ -1,5 +1,8 @@
 #!/usr/bin/python
-# Lints a Korvel directory with corvanectl check; read-only.
+# -*- coding: utf-8 -*-
+# Copyright: Corvane developers
+# GNU General Public License v3.0+ (see COPYING or https://www.gnu.org/licenses/gpl-3.0.txt)
+"""Lints a Korvel directory with corvanectl check; read-only."""
 from __future__ import absolute_import, division, print_function
 __metaclass__ = type
 
@@ -10,7 +13,8 @@ short_description: Lint a Korvel directory with corvanectl check
 version_added: "5.3.0"
 description:
   - Reads the Korvel directory as Korvel does, with C(corvanectl check --json), and fails when Korvel would read
-    something differently from what the files say (an error). Warnings do not fail the task.
+    something differently from what the files say (an error). Warnings do not fail the task; each is shown
+    as a warning of the play.
   - Never changes anything.
 extends_documentation_fragment:
   - korvel.corvane.corvanectl
@@ -20,8 +24,13 @@ attributes:
     description: The same as without check mode, since it writes nothing.
   diff_mode:
     support: none
+    description: It changes nothing, so there is nothing to show.
 author:
-  - Corvane developers
+  - Corvane developers (@corvane)
+requirements:
+  - corvanectl on the managed host, in C(path), on C(PATH) or named by C(corvanectl).
+notes:
+  - Needs only read access to the Korvel directory, and takes no lock.
 '''
 
 EXAMPLES = r'''
@@ -45,10 +54,8 @@ errors:
   sample: 1
 '''
 
-import json
-
 from ansible.module_utils.basic import AnsibleModule
-from ansible_collections.korvel.corvane.plugins.module_utils.corvanectl import fail, run
+from ansible_collections.korvel.corvane.plugins.module_utils.corvanectl import run_json
 
 
 def main():
@@ -59,13 +66,10 @@ def main():
         ),
         supports_check_mode=True,
     )
-    rc, out, err = run(module, ['check', '--json'])
-    if rc not in (0, 1):
-        fail(module, rc, out, err)
-    try:
-        findings = json.loads(out)
-    except ValueError:
-        fail(module, rc, out, err)
+    findings = run_json(module, ['check', '--json'], statuses=(0, 1))
+    for finding in findings:
+        if finding.get('severity') != 'error':
+            module.warn('%s:%s: %s' % (finding['file'], finding['line'], finding['message']))
     errors = sum(1 for finding in findings if finding.get('severity') == 'error')
     if errors:
         module.fail_json(msg='%d errors: %s' % (errors, '; '.join(
