@@ -17,3 +17,16 @@ options:
     description: The corvanectl program to run; by default the one in C(path), else the one on C(PATH).
     type: path
 '''
+
+    # The modules that only read: korvel.corvane.corvanectl.read_only.
+    READ_ONLY = r'''
+attributes:
+  check_mode:
+    support: full
+    description: The same as without check mode, since it writes nothing.
+  diff_mode:
+    support: none
+    description: It changes nothing, so there is nothing to show.
+requirements:
+  - corvanectl on the managed host, in C(path), on C(PATH) or named by C(corvanectl).
+'''

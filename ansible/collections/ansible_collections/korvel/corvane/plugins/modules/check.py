@@ -18,17 +18,9 @@ description:
   - Never changes anything.
 extends_documentation_fragment:
   - korvel.corvane.corvanectl
-attributes:
-  check_mode:
-    support: full
-    description: The same as without check mode, since it writes nothing.
-  diff_mode:
-    support: none
-    description: It changes nothing, so there is nothing to show.
+  - korvel.corvane.corvanectl.read_only
 author:
   - Corvane developers (@corvane)
-requirements:
-  - corvanectl on the managed host, in C(path), on C(PATH) or named by C(corvanectl).
 notes:
   - Needs only read access to the Korvel directory, and takes no lock.
 '''

@@ -18,6 +18,7 @@ description:
   - Never changes anything and takes no lock.
 extends_documentation_fragment:
   - korvel.corvane.corvanectl
+  - korvel.corvane.corvanectl.read_only
 options:
   show_secrets:
     description:
@@ -26,19 +27,11 @@ options:
     type: bool
     default: false
 attributes:
-  check_mode:
-    support: full
-    description: The same as without check mode, since it writes nothing.
-  diff_mode:
-    support: none
-    description: It changes nothing, so there is nothing to show.
   facts:
     support: full
     description: Sets the fact C(korvel) to the returned C(settings) and C(generations).
 author:
   - Corvane developers (@corvane)
-requirements:
-  - corvanectl on the managed host, in C(path), on C(PATH) or named by C(corvanectl).
 notes:
   - Needs only read access to the Korvel directory.
 '''
