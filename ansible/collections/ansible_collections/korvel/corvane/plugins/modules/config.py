@@ -180,8 +180,9 @@ def main():
     if module._diff and result['changed']:
         before = ['%s: %s' % (entry['entry'], '(none)' if entry['what'] == 'added' else '(entry)') for entry in entries]
         after = ['%s: %s' % (entry['entry'], entry['what']) for entry in entries]
-        before += ['%s: %s' % (change['key'], text(change['old'])) for change in changes]
-        after += ['%s: %s' % (change['key'], text(change['new'])) for change in changes]
+        # A secret is masked on both sides: the after side says that it changed.
+        before += ['%s: %s' % (change['key'], '(secret)' if change['secret'] else text(change['old'])) for change in changes]
+        after += ['%s: %s' % (change['key'], '(secret, changed)' if change['secret'] else text(change['new'])) for change in changes]
         result['diff'] = dict(before='\n'.join(before) + '\n', after='\n'.join(after) + '\n',
                               before_header=module.params['path'], after_header=module.params['path'])
     module.exit_json(**result)
