@@ -377,24 +377,19 @@ std::string deletion_key(const std::string &section, KeyRef &key, std::string &v
 // numbers' order, each series among the places its changes hold: a new
 // entry is added after the one before it, whatever the request's order.
 void number_order(std::vector<Change> &changes, const std::function<bool(const KeyName &, std::string &, int &)> &place) {
-    std::map<std::string, std::vector<size_t>> series;
+    std::map<std::string, std::vector<std::pair<size_t, int>>> series;  // the places and numbers of each series' changes
     for (size_t i = 0; i < changes.size(); ++i) {
         KeyName name;
         std::string which;
         int number = 0;
-        if (parse_key(changes[i].first, name).empty() && place(name, which, number)) series[which].push_back(i);
+        if (parse_key(changes[i].first, name).empty() && place(name, which, number)) series[which].emplace_back(i, number);
     }
     for (const auto &one : series) {
-        std::vector<std::pair<int, Change>> held;
-        for (size_t i : one.second) {
-            KeyName name;
-            std::string which;
-            int number = 0;
-            parse_key(changes[i].first, name), place(name, which, number);
-            held.emplace_back(number, changes[i]);
-        }
-        std::stable_sort(held.begin(), held.end(), [](const auto &a, const auto &b) { return a.first < b.first; });
-        for (size_t n = 0; n < held.size(); ++n) changes[one.second[n]] = held[n].second;
+        std::vector<std::pair<size_t, int>> sorted = one.second;
+        std::stable_sort(sorted.begin(), sorted.end(), [](const auto &a, const auto &b) { return a.second < b.second; });
+        std::vector<Change> held;
+        for (const auto &change : sorted) held.push_back(changes[change.first]);
+        for (size_t n = 0; n < held.size(); ++n) changes[one.second[n].first] = held[n];
     }
 }
 
