@@ -353,23 +353,18 @@ std::string deletion_key(const std::string &section, KeyRef &key, std::string &v
     std::vector<Change> none;
     NameResolver existing(INI, false);
     if (std::string why = existing.resolve(section + ".", resolved, none); !why.empty()) return existing.missing() ? "" : why;
-    KeyName &name = key.name;
+    KeyName name;
     resolved.pop_back();
     if (std::string why = parse_section(resolved, name); !why.empty()) return why;
     bool group = named(name.kind, "Common");
     if (!group && !compact(name)) return "not an entry: only entries of a series and groups are deleted";
-    std::vector<int> groups = groups_in_use(INI);
-    int count = static_cast<int>(groups.size());
-    if (!group && name.file == kGroupIni) {
-        count = name.group_number < count ? static_cast<int>(entries_in_use(INI, *name.kind, groups[name.group_number]).size()) : 0;
-    } else if (!group) {
-        count = static_cast<int>(entries_in_use(INI, *name.kind, -1).size());
-    }
-    if ((group ? name.group_number : name.number) >= count) return "";
     const KeySet &keys = key_set(name.file, name.kind->key_set);
-    name.field = group ? field_named(keys, "Name") : &keys.fields[0];
-    name.name += std::string(".") + name.field->key;
-    value = name.field->kind == FieldKind::Text ? "" : "0";
+    const Field &first = group ? *field_named(keys, "Name") : keys.fields[0];
+    // Not found as the files number the entries now: not there to delete.
+    KeyRef found;
+    if (!locate_key(resolved + "." + first.key, INI, found).empty()) return "";
+    key.name = found.name;
+    value = first.kind == FieldKind::Text ? "" : "0";
     return "";
 }
 
