@@ -69,8 +69,10 @@ def hide_secrets(module, settings):
     except ValueError:
         schema = None
     if schema is None:
-        shown = dict(module.params, settings='NOT SHOWN: corvanectl did not say which keys are secret')
-        module.fail_json(msg=problem or err.strip().replace('corvanectl: ', ''), rc=rc, invocation={'module_args': shown})
+        shown = {'module_args': dict(module.params, settings='NOT SHOWN: corvanectl did not say which keys are secret')}
+        if problem:
+            module.fail_json(msg=problem, invocation=shown)
+        fail(module, rc, out, err, invocation=shown)
     secrets = [(re.compile(_pattern(key['file'])), re.compile(_pattern(key['section'])), key['name']) for key in schema if key.get('secret')]
     for file_name, sections in settings.items():
         for section, keys in (sections.items() if isinstance(sections, dict) else ()):
