@@ -19,9 +19,9 @@ int run_history(bool json);
 // Restores generation `number` (0: the newest, the state before the last
 // save) through a save, which keeps a generation of its own.
 int run_rollback(int number);
-// Writes generation "@N" out as a directory of its own, named in `made`,
-// for reading; "" or why not. remove_temporary_directory takes it away.
-std::string generation_directory(const std::string &name, std::string &made);
+// Loads the files of generation "@N" as a Korvel directory's. kDone, or
+// kCannotLoad with why said.
+int load_generation(const std::string &name);
 // Lists the keys `pattern` matches (all when empty); or, `completing`, the
 // names that begin with it.
 int run_keys(const std::string &pattern, bool json, bool completing);

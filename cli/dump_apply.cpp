@@ -209,13 +209,8 @@ int run_diff(const std::string &other, bool json) {
     std::vector<std::pair<std::string, Json>> here = saved_values(), there;
     struct stat state;
     if (other[0] == '@') {
-        std::string made;
-        std::string why = generation_directory(other, made);
-        int status = why.empty() ? load_directory(made, false) : kCannotLoad;
-        if (status == kDone) there = saved_values();
-        remove_temporary_directory(made);
-        if (!why.empty()) complain(why);
-        if (status != kDone) return kCannotLoad;
+        if (load_generation(other) != kDone) return kCannotLoad;
+        there = saved_values();
     } else if (other != "-" && stat(other.c_str(), &state) == 0 && S_ISDIR(state.st_mode)) {
         if (load_directory(other, false) != kDone) return kCannotLoad;
         there = saved_values();

@@ -98,15 +98,15 @@ int run_rollback(int number) {
     return kDone;
 }
 
-std::string generation_directory(const std::string &name, std::string &made) {
+int load_generation(const std::string &name) {
     Generation generation;
     int number = name.size() > 1 && name.find_first_not_of("0123456789", 1) == std::string::npos ? std::atoi(name.c_str() + 1) : -1;
-    if (number <= 0) return name + ": not a generation; corvanectl history lists them";
-    if (std::string why = find_generation(number, generation); !why.empty()) return why;
-    // Written out as a directory, which is read as any other.
+    std::string why = number > 0 ? find_generation(number, generation) : name + ": not a generation; corvanectl history lists them";
+    if (!why.empty()) return complain(why), kCannotLoad;
     std::vector<std::pair<std::string, std::string>> files;
     for (const Generation::File &file : generation.files) {
         if (file.existed && !file.unread) files.emplace_back(file.name, file.bytes);
     }
-    return write_temporary_directory(files, made);
+    if (load_given(files, {}, true) == 0) return kDone;
+    return complain(name + ": " + kWatchedNames[0] + ": " + UnreadableReason()), kCannotLoad;
 }

@@ -95,61 +95,53 @@ int load_directory(const std::string &directory, bool lock, int files, int wait_
 
 namespace {
 
-std::string staged_directory;
-std::vector<std::string> staged_names;  // read from staged_directory; absent there when removed
+std::vector<std::pair<std::string, FileBytes>> given_files;
+bool given_only = false;
 
-const char *staged_or_program(const char *name) {
-    bool staged = std::find(staged_names.begin(), staged_names.end(), name) != staged_names.end();
-    return staged ? staged_directory.c_str() : ProgramDir;
+const FileBytes *given_file(const char *name) {
+    static const FileBytes missing;
+    for (const auto &file : given_files) {
+        if (file.first == name) return &file.second;
+    }
+    return given_only ? &missing : nullptr;
 }
 
 // Whether Korvel reads the same once only the texts `wanted` are written as
 // once all of them are, the files `removed` gone and the others as they are.
-// False too when that cannot be told.
 bool reads_alike(const FileTexts &texts, const bool *wanted, const std::vector<std::string> &removed) {
-    std::vector<std::pair<std::string, std::string>> files;
-    for (int i = 0; i < texts.count; ++i) files.emplace_back(texts.file[i].name, std::string(texts.file[i].bytes, texts.file[i].size));
-    bool staged = write_temporary_directory(files, staged_directory).empty();
     // The reader reads into INI and copies it to INI1: both are ours again after.
     static auto as_read = std::make_unique<ConfigRecord>(), working = std::make_unique<ConfigRecord>(), some = std::make_unique<ConfigRecord>();
     *as_read = INI;
     *working = INI1;
-    bool alike = staged;
+    bool alike = true;
     for (bool all : {false, true}) {
-        staged_names = removed;
+        std::vector<std::pair<std::string, std::string>> files;
         for (int i = 0; i < texts.count; ++i) {
-            if (all || wanted[i]) staged_names.push_back(texts.file[i].name);
+            if (all || wanted[i]) files.emplace_back(texts.file[i].name, std::string(texts.file[i].bytes, texts.file[i].size));
         }
-        alike = alike && LoadINIFilesFrom(5, staged_or_program) == 0 && (!all || std::memcmp(some.get(), &INI, sizeof INI) == 0);
+        alike = alike && load_given(files, removed, false) == 0 && (!all || std::memcmp(some.get(), &INI, sizeof INI) == 0);
         *some = INI;
     }
     INI = *as_read;
     INI1 = *working;
-    remove_temporary_directory(staged_directory);
     return alike;
 }
 
 }  // namespace
 
-std::string write_temporary_directory(const std::vector<std::pair<std::string, std::string>> &files, std::string &made) {
-    const char *temporary = std::getenv("TMPDIR");
-    std::string pattern = std::string(temporary && *temporary ? temporary : "/tmp") + "/corvanectl.XXXXXX";
-    made.clear();
-    if (!mkdtemp(&pattern[0])) return pattern + ": " + std::strerror(errno);
-    made = pattern + "/";
+int load_given(const std::vector<std::pair<std::string, std::string>> &files, const std::vector<std::string> &missing, bool only) {
+    given_files.clear();
     for (const auto &file : files) {
-        std::FILE *out = std::fopen((made + file.first).c_str(), "wb");
-        bool written = out && std::fwrite(file.second.data(), 1, file.second.size(), out) == file.second.size();
-        if (out) written = std::fclose(out) == 0 && written;
-        if (!written) return made + file.first + ": " + std::strerror(errno);
+        FileBytes read;
+        read.existed = read.regular = true;
+        read.bytes = file.second;
+        given_files.emplace_back(file.first, std::move(read));
     }
-    return "";
-}
-
-void remove_temporary_directory(const std::string &made) {
-    if (made.empty()) return;
-    for (const char *name : kWatchedNames) unlink((made + name).c_str());
-    rmdir(made.c_str());
+    for (const std::string &name : missing) given_files.emplace_back(name, FileBytes());
+    given_only = only;
+    int result = LoadINIFilesFrom(5, given_file);
+    given_files.clear();
+    return result;
 }
 
 // A save that changed no file: why, and the files it concerns.

@@ -38,11 +38,11 @@ void store_defaults();
 // What WriteTexts' `error` means, said: `written` gets the files it
 // changed. kDone, or kRefused with the reason said.
 int saved(int error, std::vector<std::string> &written);
-// Writes `files` (name and bytes, Korvel's file names) into a new private
-// directory under $TMPDIR, named in `made` (ending in "/"), to be read as a
-// Korvel directory. "" or why not; remove_temporary_directory takes it away.
-std::string write_temporary_directory(const std::vector<std::pair<std::string, std::string>> &files, std::string &made);
-void remove_temporary_directory(const std::string &made);
+// Loads the files `files` gives (name and bytes) and takes those `missing`
+// names as missing: what Korvel would read with them in place of the files
+// of ProgramDir, which give the others, or with `only` are missing too.
+// LoadINIFiles' result.
+int load_given(const std::vector<std::pair<std::string, std::string>> &files, const std::vector<std::string> &missing, bool only);
 
 // The language texts (the record's language, else English), for what
 // corvanectl shows as the editor does. False when none can be read.

@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <string>
+#include <sys/types.h>
 
 // The editor's own directory, always ending in "/". Every file the editor
 // touches is ProgramDir followed by a file name. Set once by start-up,
@@ -27,6 +29,30 @@ bool getprgdir(const char *path, char *out, size_t size);
 constexpr int kNotRegular = -1;
 constexpr int kNoSection = -2;  // a language file without this program's section
 FILE *open_regular(const char *path, int *error);
+
+// A file read whole. Every reader parses such bytes, so that a file is read
+// once: what a start parsed is what a save later compares the disk with.
+struct FileBytes {
+    bool existed = false;  // something has the name (a directory or a FIFO too)
+    int error = 0;         // the error number of opening or reading it; 0 when read
+    bool regular = false;  // only a regular file is read
+    bool directory = false;
+    dev_t device = 0;      // which file it is, when regular
+    ino_t inode = 0;
+    std::string bytes;
+};
+// Reads `path` whole, never waiting on a FIFO or a device.
+FileBytes read_file_bytes(const char *path);
+// Why a reader cannot take `file`: 0 when it was read; else ENOENT, EISDIR,
+// kNotRegular or the error number, as open_regular says it.
+int unreadable(const FileBytes &file);
+// Every read of a file's bytes: tests swap it to make reads fail.
+extern ssize_t (*FileRead)(int descriptor, void *bytes, size_t size);
+
+// The next line of the bytes from `at` to `end` as fgets reads it into
+// `line`: at most size - 1 bytes, up to and with the line end, terminated.
+// False at the end of the bytes, `line` then untouched.
+bool next_line(const char *&at, const char *end, char *line, size_t size);
 
 // The first file a start could not read, and why (an error number,
 // kNotRegular or kNoSection); for the message on standard error.

@@ -3,11 +3,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "config/fields.h"
+#include "config/files.h"
 #include "config/replace_file.h"
 #include "console/terminal.h"
 
@@ -33,6 +31,19 @@ void swap_event_data(GroupEvent &event) {
     }
 }
 
+std::string ProduceGroupProfile(GroupEvent events[kGroupEvents]) {
+    std::string bytes;
+    bool swap = test_big_endian();
+    for (int i = 0; i < kGroupEvents; ++i) {
+        if (events[i].Type[0] == 0) continue;
+        // Converted in the list itself and left so: a big-endian host keeps
+        // the saved events in file order afterwards.
+        if (swap) swap_event_data(events[i]);
+        bytes.append(reinterpret_cast<const char *>(&events[i]), sizeof events[i]);
+    }
+    return bytes;
+}
+
 // Written beside the path and renamed over it: a full disk leaves the old
 // profile whole, and a symbolic link planted at the path is replaced, not
 // followed.
@@ -43,14 +54,8 @@ int SaveGroupProfile(const char *path, GroupEvent events[kGroupEvents]) {
         printfc("\nCannot open file! ");
         return error;
     }
-    bool swap = test_big_endian();
-    for (int i = 0; i < kGroupEvents; ++i) {
-        if (events[i].Type[0] == 0) continue;
-        // Converted in the list itself and left so: a big-endian host keeps
-        // the saved events in file order afterwards.
-        if (swap) swap_event_data(events[i]);
-        replace_write(out, &events[i], sizeof events[i]);
-    }
+    std::string bytes = ProduceGroupProfile(events);
+    replace_write(out, bytes.data(), bytes.size());
     error = replace_save(out);
     bool full = error == ENOSPC || error == EFBIG || error == EDQUOT || error == EIO;
     if (error) printfc(full ? "\nRecord not writed - maybe disk full ! " : "\nCannot open file! ");
@@ -68,33 +73,18 @@ static void clean_text(char *text, size_t size) {
     std::memset(text + length, 0, size - length);
 }
 
-int LoadGroupProfile(const char *path, GroupEvent events[kGroupEvents]) {
-    // Only a regular file is read, and opening one never waits.
-    int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    struct stat state;
-    int error = descriptor < 0 || fstat(descriptor, &state) != 0 ? errno
-                : S_ISDIR(state.st_mode)                           ? EISDIR
-                : !S_ISREG(state.st_mode)                          ? EINVAL
-                                                                   : 0;
-    FILE *file = error ? nullptr : fdopen(descriptor, "rb");
-    if (!file) {
-        if (!error) error = errno;
-        if (descriptor >= 0) close(descriptor);
-        printfc("\nCannot open file! ");
-        return error;
-    }
+void ParseGroupProfile(const char *bytes, size_t size, GroupEvent events[kGroupEvents]) {
     std::memset(events, 0, sizeof(GroupEvent) * kGroupEvents);
     bool swap = test_big_endian();
-    int count = 0;
-    // The end is noticed only when a read comes back short, so a file of
-    // whole records under 64 ends with this message too.
-    while (!std::feof(file)) {
-        GroupEvent &event = events[count];
-        if (std::fread(&event, sizeof event, 1, file) != 1) {
+    // A file of whole records under 64 ends with this message too: the end
+    // is noticed only when a record comes short.
+    for (size_t at = 0, count = 0;; at += sizeof(GroupEvent)) {
+        if (size - at < sizeof(GroupEvent)) {
             printfc("\nRecord not readed - maybe end of file ! ");
-            std::memset(&event, 0, sizeof event);
             break;
         }
+        GroupEvent &event = events[count];
+        std::memcpy(&event, bytes + at, sizeof event);
         if (swap) swap_event_data(event);
         clean_text(event.Job.File, sizeof event.Job.File);
         clean_text(event.Job.Message, sizeof event.Job.Message);
@@ -103,6 +93,16 @@ int LoadGroupProfile(const char *path, GroupEvent events[kGroupEvents]) {
             break;
         }
     }
-    std::fclose(file);
+}
+
+int LoadGroupProfile(const char *path, GroupEvent events[kGroupEvents]) {
+    // Only a regular file is read, and opening one never waits.
+    FileBytes file = read_file_bytes(path);
+    int error = unreadable(file);
+    if (error) {
+        printfc("\nCannot open file! ");
+        return error == kNotRegular ? EINVAL : error;
+    }
+    ParseGroupProfile(file.bytes.data(), file.bytes.size(), events);
     return 0;
 }

@@ -179,17 +179,17 @@ int history_stage(const char *directory, const std::vector<NewFile> &changes, Jo
     generation.time = static_cast<long long>(std::time(nullptr));
     generation.program = program_invocation_short_name;
     generation.user = user_name();
-    for (int index = 0; index < kWatchedFiles; ++index) {
-        const char *name = kWatchedNames[index];
+    for (const char *name : kWatchedNames) {
         Generation::File file;
         file.name = name;
         // As read before the save, which its commit point makes sure they still are;
         // read now only where nothing was remembered.
-        std::string path = std::string(directory) + name;
-        if (!remembered_file(directory, index, file.existed, file.unread, file.bytes)) {
-            file.existed = access(path.c_str(), F_OK) == 0 || errno != ENOENT;
-            file.unread = file.existed && !read_whole_file(path, file.bytes);
-        }
+        const FileBytes *remembered = remembered_file(directory, name);
+        FileBytes now = remembered ? FileBytes() : read_file_bytes((std::string(directory) + name).c_str());
+        const FileBytes &read = remembered ? *remembered : now;
+        file.existed = read.existed;
+        file.unread = unreadable(read) && read.existed;
+        file.bytes = read.bytes;
         for (const NewFile &change : changes) {
             if (change.name == name) changed_keys(name, file.bytes, change.removed ? "" : change.bytes, generation.keys);
         }

@@ -10,6 +10,7 @@
 #include "config/record.h"
 #include "config/files.h"
 #include "config/codec.h"
+#include "config/replace_file.h"
 
 uint8_t actual_section = 255;
 int g_index = 0;
@@ -171,25 +172,14 @@ static void read_key_line(int file, char *line) {
     note.where = FillVar(file, actual_section, slot);
 }
 
-int EncodeINIFile(int file, const char *path) {
-    // Only a missing file is missing: one that is there but cannot be read,
-    // or is no regular file, must not be taken for an empty one and then
-    // overwritten by the next save.
-    int error = 0;
-    FILE *stream = open_regular(path, &error);
-    if (!stream) {
-        if (error == ENOENT) return 1;
-        note_unreadable(path, error);
-        return 2;
-    }
+void EncodeINIText(int file, const char *bytes, size_t size) {
     // 298 characters at a time: the rest of a longer line is read as a line
     // of its own.
     char line[300], told[300];
     int number = 0;
     bool whole = true;  // the last read ended its line
-    while (!std::feof(stream)) {
-        line[0] = '\0';  // an empty read at the end leaves this, and is ignored
-        if (!std::fgets(line, 299, stream) && std::ferror(stream)) break;
+    const char *at = bytes, *end = bytes + size;
+    while (next_line(at, end, line, 299)) {
         if (ReadNote) {
             std::memcpy(told, line, sizeof told);
             note = ReadLine{file, whole ? ++number : number, told, !whole, LineFate::Skipped, 0, "", "", nullptr, 0, false};
@@ -209,15 +199,32 @@ int EncodeINIFile(int file, const char *path) {
             ReadNote(note);
         }
     }
-    std::fclose(stream);
+}
+
+// Parses `source` as file number `file`: 0; 1 when it is missing; 2 when it
+// is there but could not be read, or is no regular file, which must not be
+// taken for an empty one and then overwritten by the next save.
+static int encode(int file, const FileBytes &source, const char *path) {
+    int why = unreadable(source);
+    if (why == ENOENT) return 1;
+    if (why) {
+        note_unreadable(path, why);
+        return 2;
+    }
+    EncodeINIText(file, source.bytes.data(), source.bytes.size());
     return 0;
 }
 
-static const char *(*directory_of)(const char *name) = nullptr;
+int EncodeINIFile(int file, const char *path) { return encode(file, read_file_bytes(path), path); }
+
+static FileSource source_of_load = nullptr;
 
 static int load_file(int file, const char *name) {
     char path[kProgramDirSize + 32];
-    std::snprintf(path, sizeof path, "%s%s", directory_of ? directory_of(name) : ProgramDir, name);
+    std::snprintf(path, sizeof path, "%s%s", ProgramDir, name);
+    const FileBytes *source = source_of_load ? source_of_load(name) : nullptr;
+    if (!source) source = remembered_file(ProgramDir, name);
+    if (source) return encode(file, *source, path);
     return EncodeINIFile(file, path);
 }
 
@@ -249,10 +256,10 @@ int LoadGroupsINI() {
 
 int LoadINI() { return LoadINIFiles(5); }
 
-int LoadINIFilesFrom(int count, const char *(*directory)(const char *name)) {
-    directory_of = directory;
+int LoadINIFilesFrom(int count, FileSource source) {
+    source_of_load = source;
     int result = LoadINIFiles(count);
-    directory_of = nullptr;
+    source_of_load = nullptr;
     return result;
 }
 

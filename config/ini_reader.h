@@ -7,9 +7,11 @@
 // sections past the end of an array write into the fields that follow it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "config/fields.h"
+#include "config/files.h"
 
 // The section slot of the last header recognised; 255 before any. Not reset
 // between files.
@@ -28,9 +30,13 @@ int LoadINI();
 // (korvel.ini, jobs.ini, jobsSTS.ini, the group files, sensor.ini): what a
 // later file says cannot change what an earlier one is read as.
 int LoadINIFiles(int count);
-// The same with each file read from the directory `directory` gives for its
-// name (ending in "/"): what Korvel would read from a mix of files.
-int LoadINIFilesFrom(int count, const char *(*directory)(const char *name));
+// Where a load takes a file from, by its name ("korvel.ini"): its bytes, or
+// null for the file of ProgramDir. A load takes the bytes remember_files
+// last kept of ProgramDir, and reads only the files it kept none of.
+using FileSource = const FileBytes *(*)(const char *name);
+// The same with each file taken from `source`: what Korvel would read from
+// a mix of files, or from files that are not on disk.
+int LoadINIFilesFrom(int count, FileSource source);
 int LoadKorvelINI();
 int LoadJobsINI();
 int LoadJobsSTSINI();
@@ -42,6 +48,8 @@ int LoadGroupsINI();
 // Parses the file at `path` as file number `file` into INI. 0; 1 when there
 // is no such file; 2 when it cannot be read or is no regular file.
 int EncodeINIFile(int file, const char *path);
+// Parses the bytes of a file as file number `file` into INI.
+void EncodeINIText(int file, const char *bytes, size_t size);
 // What Korvel reads into number field `field` of entry `entry` (from 0) of
 // section kind `kind` from the value `text`: what strtol makes of it, cut to
 // 32 bits and then to the field's width, a switch's low 8 bits, the

@@ -10,6 +10,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "config/history.h"
@@ -69,13 +70,11 @@ int rewrite(const JournalStep &step, bool &began) {
 }  // namespace
 
 bool read_whole_file(const std::string &path, std::string &text) {
-    std::FILE *stream = std::fopen(path.c_str(), "rb");
-    if (!stream) return false;
-    char block[65536];
-    for (size_t got; (got = std::fread(block, 1, sizeof block, stream)) > 0;) text.append(block, got);
-    bool ok = !std::ferror(stream);
-    std::fclose(stream);
-    return ok;
+    FileBytes file = read_file_bytes(path.c_str());
+    text = std::move(file.bytes);
+    int why = unreadable(file);
+    errno = why >= 0 ? why : EINVAL;  // no regular file
+    return why == 0;
 }
 
 bool staged_name(const char *name) {

@@ -45,7 +45,7 @@ int journal_write(const char *directory, const std::vector<JournalStep> &steps, 
 // target, a rewrite counted from its first write.
 int journal_finish(const char *directory, int *done = nullptr, std::string *failed = nullptr);
 
-// The whole of a file. False when it cannot be read.
+// The whole of a regular file. False, with errno saying why, when it cannot be read.
 bool read_whole_file(const std::string &path, std::string &text);
 
 // What the last recover_directory found.

@@ -37,10 +37,10 @@ static void strip_line_end(char *line) {
 // Reads the texts after the section header, one line per number in strict
 // order; a line that is not the next number's key ends the reading and leaves
 // the rest as it was.
-static void read_texts(FILE *file) {
+static void read_texts(const char *at, const char *end) {
     char line[300];
     for (int number = 0; number < kTextCount; ++number) {
-        if (!std::fgets(line, sizeof line, file)) {
+        if (!next_line(at, end, line, sizeof line)) {
             preset_text(number);
             continue;
         }
@@ -62,56 +62,64 @@ static void read_texts(FILE *file) {
     }
 }
 
-// Opens language file `language` of program `kind` at the line after its
-// section header, keeping the version the lines before it give. Null with
-// `result` 1 when the file cannot be opened, 2 when it has no such section.
-static FILE *open_section(int kind, int language, char *path, size_t size, int &result, char *version) {
+// Moves `at` to the line after the section header of program `kind`,
+// keeping the version the lines before it give. False when there is no
+// such section.
+static bool find_section(int kind, const char *&at, const char *end, char *version) {
     const char *header = section_header(kind);
-    language_path(path, size, kind, language);
-    int error = 0;
-    FILE *file = open_regular(path, &error);
-    if (!file) {
-        note_unreadable(path, error);
-        result = 1;
-        return nullptr;
-    }
     version[0] = '\0';
     char line[300];
-    while (header && std::fgets(line, sizeof line, file)) {
+    while (header && next_line(at, end, line, sizeof line)) {
         strip_line_end(line);
-        if (std::strcmp(line, header) == 0) return file;
+        if (std::strcmp(line, header) == 0) return true;
         if (std::strncmp(line, "Version:", 8) == 0 && std::strlen(line) > 9) {
             const char *text = line + 8;
             if (*text == ' ') ++text;
             copy_text(version, text, sizeof LangFileVersion - 1);
         }
     }
-    note_unreadable(path, kNoSection);
-    std::fclose(file);
-    result = 2;
-    return nullptr;
+    return false;
+}
+
+// Language file `language` of program `kind`, read whole; the reason it
+// cannot be read is noted.
+static FileBytes read_language_file(int kind, int language, char (&path)[kProgramDirSize + 32]) {
+    language_path(path, sizeof path, kind, language);
+    FileBytes file = read_file_bytes(path);
+    if (int why = unreadable(file)) note_unreadable(path, why);
+    return file;
 }
 
 bool language_loadable(int language) {
     char path[kProgramDirSize + 32], version[sizeof LangFileVersion];
-    int result = 0;
-    FILE *file = open_section(kCorvane, language, path, sizeof path, result, version);
-    if (file) std::fclose(file);
-    return file != nullptr;
+    FileBytes file = read_language_file(kCorvane, language, path);
+    const char *at = file.bytes.data();
+    if (unreadable(file)) return false;
+    if (find_section(kCorvane, at, at + file.bytes.size(), version)) return true;
+    note_unreadable(path, kNoSection);
+    return false;
 }
 
 int LoadText(int kind, int language) {
-    char path[kProgramDirSize + 32], version[sizeof LangFileVersion];
-    int result = 0;
-    FILE *file = open_section(kind, language, path, sizeof path, result, version);
-    if (result == 1) {
+    char path[kProgramDirSize + 32];
+    FileBytes file = read_language_file(kind, language, path);
+    if (unreadable(file)) {
         char message[sizeof path + 32];
         std::snprintf(message, sizeof message, "\n\rCannot open file %s ", path);
         printfc(message);
         return 1;
     }
+    int result = LoadTextBytes(kind, file.bytes.data(), file.bytes.size());
+    if (result == 2) note_unreadable(path, kNoSection);
+    return result;
+}
+
+int LoadTextBytes(int kind, const char *bytes, size_t size) {
+    char version[sizeof LangFileVersion];
+    const char *at = bytes, *end = bytes + size;
+    bool found = find_section(kind, at, end, version);
     copy_text(LangFileVersion, version, sizeof LangFileVersion - 1);
-    if (result == 2) {
+    if (!found) {
         const char *header = section_header(kind);
         char message[64];
         std::snprintf(message, sizeof message, "\n\rCannot found section %s ", header ? header : "");
@@ -119,8 +127,7 @@ int LoadText(int kind, int language) {
         return 2;
     }
 
-    read_texts(file);
-    std::fclose(file);
+    read_texts(at, end);
     if (kind != kTarnwick && kind != kHalverton) return 0;
 
     for (int i = 0; i < 20; ++i) copy_text(sys_mess[i], LangText[80 + i], sizeof sys_mess[i] - 1);

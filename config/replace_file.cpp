@@ -24,7 +24,6 @@ static ssize_t write_at(int descriptor, const void *bytes, size_t size, off_t of
 ssize_t (*SaveWrite)(int, const void *, size_t, off_t) = write_at;
 int (*SaveSync)(int) = fsync;
 int (*SaveRename)(const char *, const char *) = rename;
-ssize_t (*SaveRead)(int, void *, size_t) = read;
 
 // Follows symbolic links from `path` (in place), so that the link stays and
 // its target is replaced. A dangling link resolves to the file it names.
@@ -321,94 +320,42 @@ const char *const kWatchedNames[kWatchedFiles] = {
 
 namespace {
 
-// A watched file as read: what it holds and which file it is.
-struct Seen {
-    bool existed = false;
-    int error = 0;  // the error number of opening or reading it
-    dev_t device = 0;
-    ino_t inode = 0;
-    char *bytes = nullptr;
-    size_t size = 0;
-};
-Seen seen[kWatchedFiles];
+FileBytes seen[kWatchedFiles];
 char seen_directory[PATH_MAX];  // "" until remember_files
 
-Seen read_whole(const char *directory, int index) {
+FileBytes read_watched(const char *directory, int index) {
     char path[PATH_MAX];
     std::snprintf(path, sizeof path, "%s%s", directory, kWatchedNames[index]);
-    Seen file;
-    int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0) {
-        file.existed = errno != ENOENT;
-        file.error = file.existed ? errno : 0;
-        return file;
-    }
-    file.existed = true;
-    struct stat state;
-    if (fstat(descriptor, &state) != 0) file.error = errno;
-    if (file.error || !S_ISREG(state.st_mode)) {
-        close(descriptor);  // only a regular file has bytes worth comparing
-        return file;
-    }
-    file.device = state.st_dev, file.inode = state.st_ino;
-    size_t room = 0;
-    for (;;) {
-        if (file.size == room) {
-            room = room ? room * 2 : 16384;
-            char *grown = static_cast<char *>(std::realloc(file.bytes, room));
-            if (!grown) {
-                file.error = ENOMEM;
-                break;
-            }
-            file.bytes = grown;
-        }
-        ssize_t n = SaveRead(descriptor, file.bytes + file.size, room - file.size);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) file.error = errno;
-        if (n <= 0) break;
-        file.size += static_cast<size_t>(n);
-    }
-    close(descriptor);
-    return file;
+    return read_file_bytes(path);
 }
 
 }  // namespace
 
 void remember_files(const char *directory) {
     std::snprintf(seen_directory, sizeof seen_directory, "%s", directory);
-    for (int i = 0; i < kWatchedFiles; ++i) {
-        std::free(seen[i].bytes);
-        seen[i] = read_whole(directory, i);
-    }
+    for (int i = 0; i < kWatchedFiles; ++i) seen[i] = read_watched(directory, i);
 }
 
-bool remembered_file(const char *directory, int index, bool &existed, bool &unread, std::string &bytes) {
-    if (!seen_directory[0] || std::strcmp(seen_directory, directory) != 0) return false;
-    const Seen &file = seen[index];
-    existed = file.existed;
-    unread = file.existed && (file.error || !file.inode);  // an error, or no regular file
-    bytes.assign(file.bytes ? file.bytes : "", file.size);
-    return true;
+const FileBytes *remembered_file(const char *directory, const char *name) {
+    if (!seen_directory[0] || std::strcmp(seen_directory, directory) != 0) return nullptr;
+    for (int i = 0; i < kWatchedFiles; ++i) {
+        if (std::strcmp(kWatchedNames[i], name) == 0) return &seen[i];
+    }
+    return nullptr;
 }
 
 int file_changed(const char *directory, int index, size_t reserved) {
-    Seen now = read_whole(directory, index);
-    const Seen &before = seen[index];
+    FileBytes now = read_watched(directory, index);
+    const FileBytes &before = seen[index];
     // Where the space could only be reserved by moving the end, the file
     // rewritten in place ends in zeros up to the new text's length: ours.
-    if (now.size > before.size && now.size <= reserved && now.inode == before.inode &&
-        std::all_of(now.bytes + before.size, now.bytes + now.size, [](char byte) { return byte == 0; })) {
-        now.size = before.size;
+    if (now.bytes.size() > before.bytes.size() && now.bytes.size() <= reserved && now.inode == before.inode &&
+        std::all_of(now.bytes.begin() + static_cast<std::ptrdiff_t>(before.bytes.size()), now.bytes.end(), [](char byte) { return byte == 0; })) {
+        now.bytes.resize(before.bytes.size());
     }
-    int result = 0;
-    if (now.error && now.error != before.error) {
-        result = now.error;  // a read error is no change: it is said as what it is
-    } else if (now.existed != before.existed || now.device != before.device || now.inode != before.inode ||
-               now.size != before.size || (now.size && std::memcmp(now.bytes, before.bytes, now.size) != 0)) {
-        result = kChangedOnDisk;
-    }
-    std::free(now.bytes);
-    return result;
+    if (now.error && now.error != before.error) return now.error;  // a read error is no change: it is said as what it is
+    bool same = now.existed == before.existed && now.device == before.device && now.inode == before.inode && now.bytes == before.bytes;
+    return same ? 0 : kChangedOnDisk;
 }
 
 char ChangedFiles[256];

@@ -18,13 +18,13 @@
 #include <string>
 #include <sys/types.h>
 
+#include "config/files.h"
+
 // The file operations a save makes that can fail or take long: tests swap
 // them to make any of them fail or stall.
 extern ssize_t (*SaveWrite)(int descriptor, const void *bytes, size_t size, off_t offset);
 extern int (*SaveSync)(int descriptor);
 extern int (*SaveRename)(const char *from, const char *to);
-// The read of a file compared with what was read before the save.
-extern ssize_t (*SaveRead)(int descriptor, void *bytes, size_t size);
 
 // Writes all of `bytes` at `offset` through SaveWrite. 0 or the error number.
 int write_all(int descriptor, const char *bytes, size_t size, off_t offset);
@@ -84,12 +84,11 @@ long lock_holder(const char *directory, char *name, size_t size);
 constexpr int kWatchedFiles = 14;
 extern const char *const kWatchedNames[kWatchedFiles];
 // Remembers each watched file of `directory` as it is now: its bytes and
-// which file it is.
+// which file it is. A load of that directory parses these bytes.
 void remember_files(const char *directory);
-// What remember_files found of watched file `index` when it last looked at
-// `directory`: whether it existed, whether it could not be read (or was no
-// regular file), and its bytes. False when it did not look there.
-bool remembered_file(const char *directory, int index, bool &existed, bool &unread, std::string &bytes);
+// What remember_files kept of the watched file `name` when it last looked
+// at `directory`; null when it did not look there.
+const FileBytes *remembered_file(const char *directory, const char *name);
 // 0 when watched file `index` is as remembered; kChangedOnDisk when it
 // changed, appeared, vanished or another file took its name; or the error
 // number of reading it.

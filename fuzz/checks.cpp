@@ -3,10 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <ftw.h>
 #include <string>
-#include <sys/stat.h>
 
 #include "config/model_code.h"
 #include "config/fields.h"
@@ -14,7 +11,6 @@
 #include "config/ini_reader.h"
 #include "config/ini_writer.h"
 #include "config/record.h"
-#include "config/files.h"
 #include "config/language.h"
 #include "console/lang.h"
 #include "config/codec.h"
@@ -30,37 +26,11 @@ void require(bool holds, const char *what) {
     if (!holds) CheckFailed(what);
 }
 
-std::string scratch_dir;
-
-int remove_entry(const char *path, const struct stat *, int, struct FTW *) { return remove(path); }
-void remove_scratch() { nftw(scratch_dir.c_str(), remove_entry, 8, FTW_DEPTH | FTW_PHYS); }
-
-// A scratch directory, made once per process (in memory where there is
-// such a file system) and removed at its end.
-const std::string &scratch() {
-    if (scratch_dir.empty()) {
-        struct stat shm;
-        char pattern[64];
-        std::snprintf(pattern, sizeof pattern, "%s/corvane-check-XXXXXX",
-                      stat("/dev/shm", &shm) == 0 && S_ISDIR(shm.st_mode) ? "/dev/shm" : "/tmp");
-        require(mkdtemp(pattern) != nullptr, "a scratch directory");
-        scratch_dir = std::string(pattern) + "/";
-        std::atexit(remove_scratch);
-    }
-    return scratch_dir;
-}
-
-void write_file(const std::string &path, const uint8_t *data, size_t size) {
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char *>(data), static_cast<std::streamsize>(size));
-}
-
-void use_directory(const std::string &dir) { std::snprintf(ProgramDir, kProgramDirSize, "%s", dir.c_str()); }
-
-void load(IniFile file, const std::string &path) {
+void load(IniFile file, const std::string &bytes) {
     std::memset(&INI, 0, sizeof INI);
     actual_section = 255;
     g_index = 0;
-    EncodeINIFile(file, path.c_str());
+    EncodeINIText(file, bytes.data(), bytes.size());
     if (file == kKorvelIni) DecodeSchedules();
 }
 
@@ -73,19 +43,15 @@ std::string produce(IniFile file) {
     return bytes;
 }
 
-void check_ini_file(IniFile file, const char *name, const uint8_t *data, size_t size) {
-    std::string path = scratch() + name;
-    write_file(path, data, size);
-    load(file, path);
+void check_ini_file(IniFile file, const uint8_t *data, size_t size) {
+    load(file, std::string(reinterpret_cast<const char *>(data), size));
     // The first save may still drop what only the odd input carried (a
     // section past an array, a quote written into a text); from then on the
     // files must stay as they are.
     std::string first = produce(file);
-    write_file(path, reinterpret_cast<const uint8_t *>(first.data()), first.size());
-    load(file, path);
+    load(file, first);
     std::string second = produce(file);
-    write_file(path, reinterpret_cast<const uint8_t *>(second.data()), second.size());
-    load(file, path);
+    load(file, second);
     require(produce(file) == second, "loading and saving again changes nothing");
 }
 
@@ -93,19 +59,16 @@ void check_ini_file(IniFile file, const char *name, const uint8_t *data, size_t 
 
 void (*CheckFailed)(const char *what) = fail_and_abort;
 
-void check_korvel_ini(const uint8_t *data, size_t size) { check_ini_file(kKorvelIni, "korvel.ini", data, size); }
-void check_jobs_ini(const uint8_t *data, size_t size) { check_ini_file(kJobsIni, "jobs.ini", data, size); }
-void check_jobs_sts_ini(const uint8_t *data, size_t size) { check_ini_file(kJobsStsIni, "jobsSTS.ini", data, size); }
-void check_sensor_ini(const uint8_t *data, size_t size) { check_ini_file(kSensorIni, "sensor.ini", data, size); }
-void check_group_ini(const uint8_t *data, size_t size) { check_ini_file(kGroupIni, "group_00.ini", data, size); }
+void check_korvel_ini(const uint8_t *data, size_t size) { check_ini_file(kKorvelIni, data, size); }
+void check_jobs_ini(const uint8_t *data, size_t size) { check_ini_file(kJobsIni, data, size); }
+void check_jobs_sts_ini(const uint8_t *data, size_t size) { check_ini_file(kJobsStsIni, data, size); }
+void check_sensor_ini(const uint8_t *data, size_t size) { check_ini_file(kSensorIni, data, size); }
+void check_group_ini(const uint8_t *data, size_t size) { check_ini_file(kGroupIni, data, size); }
 
 void check_language_file(const uint8_t *data, size_t size) {
     if (!LangText[0]) require(AllocText() == 0, "text buffers");  // another test may have freed them
-    write_file(scratch() + "lang_00.ini", data, size);
-    write_file(scratch() + "lang1_00.ini", data, size);
-    use_directory(scratch());
     for (int kind : {kCorvane, kTarnwick, kHalverton}) {
-        LoadText(kind, 0);
+        LoadTextBytes(kind, reinterpret_cast<const char *>(data), size);
         for (char *text : LangText) require(std::memchr(text, '\0', kTextSize) != nullptr, "texts terminated");
         require(std::memchr(LangFileVersion, '\0', sizeof LangFileVersion) != nullptr, "version terminated");
         for (const char *status : sys_mess) require(std::memchr(status, '\0', sizeof sys_mess[0]) != nullptr, "status texts");
@@ -115,11 +78,10 @@ void check_language_file(const uint8_t *data, size_t size) {
 
 void check_group_profile(const uint8_t *data, size_t size) {
     static GroupEvent loaded[kGroupEvents], again[kGroupEvents];
-    write_file(scratch() + "profile", data, size);
     std::memset(loaded, 0xEE, sizeof loaded);
-    require(LoadGroupProfile((scratch() + "profile").c_str(), loaded) == 0, "a profile loads");
-    require(SaveGroupProfile((scratch() + "profile.again").c_str(), loaded) == 0, "a profile saves");
-    require(LoadGroupProfile((scratch() + "profile.again").c_str(), again) == 0, "a saved profile loads");
+    ParseGroupProfile(reinterpret_cast<const char *>(data), size, loaded);
+    std::string saved = ProduceGroupProfile(loaded);
+    ParseGroupProfile(saved.data(), saved.size(), again);
     // The events in use come back in order; those not in use are not saved.
     // No text holds what would end a line or a value in a group file.
     int next = 0;

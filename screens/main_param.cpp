@@ -35,12 +35,11 @@ using LanguageNames = char[kLanguages][50];
 bool read_language_name(int number, char (&name)[32]) {
     char path[kProgramDirSize + 32];
     language_path(path, sizeof path, kCorvane, number);
-    int error = 0;
-    FILE *file = open_regular(path, &error);
-    if (!file) return false;
+    FileBytes file = read_file_bytes(path);
+    if (unreadable(file)) return false;
     name[0] = '\0';
-    if (std::fgets(name, sizeof name, file) && name[0]) name[std::strlen(name) - 1] = '\0';  // the line end, or the 31st character
-    std::fclose(file);
+    const char *at = file.bytes.data();
+    if (next_line(at, at + file.bytes.size(), name, sizeof name) && name[0]) name[std::strlen(name) - 1] = '\0';  // the line end, or the 31st character
     return true;
 }
 

@@ -319,7 +319,7 @@ TEST_F(Writer, FaultsAroundTheCommitPointAreToldAsTheyAre) {
         failing_kind = c.failing_kind, reads_failing = 0;
         {
             Swap<decltype(SaveSync)> syncs(SaveSync, sync_with_faults);
-            Swap<decltype(SaveRead)> reads(SaveRead, read_with_faults);
+            Swap<decltype(FileRead)> reads(FileRead, read_with_faults);
             EXPECT_EQ(SaveINI(), c.result);
         }
         EXPECT_TRUE(std::string(FailedPath).size() >= std::strlen(c.failed) &&
