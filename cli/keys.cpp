@@ -223,7 +223,7 @@ std::string key_value(const KeyRef &key) {
         EncodeSchedule(*reinterpret_cast<const ScheduleEntry *>(key.where - field.offset), text);
         return text;
     }
-    const SaveDefault *instead = save_default(key.name.kind->name, field.key);
+    const SaveDefault *instead = save_default(*key.name.kind, field.key);
     if (field.kind == FieldKind::Text) {
         // A text that fills its field runs on into the next, as a save writes it.
         const char *text = reinterpret_cast<const char *>(key.where);
@@ -269,7 +269,7 @@ std::string canonical_value(const KeyRef &key, const std::string &value, std::st
         for (unsigned char c : value) {
             if (c == '"' || c < 0x20 || c == 0x7f) return "a text without double quotes or control characters";
         }
-        const SaveDefault *instead = save_default(key.name.kind->name, field.key);
+        const SaveDefault *instead = save_default(*key.name.kind, field.key);
         if (value.empty() && instead) canonical = instead->value.text;
         return "";
     }

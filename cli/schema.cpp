@@ -76,7 +76,7 @@ int run_keys(const std::string &pattern, bool json, bool completing) {
             const Field &field = keys.fields[slot];
             std::string name = key_pattern(kind, field);
             if (!pattern.empty() && !matches(pattern, name)) continue;
-            const SaveDefault *instead = save_default(kind.name, field.key);
+            const SaveDefault *instead = save_default(kind, field.key);
             std::string fallback = !instead ? "" : instead->value.text ? instead->value.text : std::to_string(instead->value.number);
             bool hidden = secret(kind, field.key);
             if (!json) {

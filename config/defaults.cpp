@@ -1,7 +1,9 @@
 #include "config/defaults.h"
 
 #include <cstdio>
+#include <cstddef>
 #include <cstring>
+#include <vector>
 
 #include "console/lang.h"
 
@@ -60,26 +62,41 @@ template <size_t N> void store_all(const DefaultValue (&values)[N], IniFile file
     }
 }
 
+// The rows of kSaveDefaults of each section kind, found once: a save looks
+// them up for every empty field it writes.
+const std::vector<const SaveDefault *> &defaults_of(const SectionKind &kind) {
+    static const std::vector<std::vector<const SaveDefault *>> table = [] {
+        std::vector<std::vector<const SaveDefault *>> rows(static_cast<size_t>(kSectionKindCount));
+        for (int k = 0; k < kSectionKindCount; ++k) {
+            for (const SaveDefault &row : kSaveDefaults) {
+                if (kSectionKinds[k].file == kKorvelIni && std::strcmp(row.section, kSectionKinds[k].name) == 0) rows[k].push_back(&row);
+            }
+        }
+        return rows;
+    }();
+    static const std::vector<const SaveDefault *> none;
+    std::ptrdiff_t k = &kind - kSectionKinds;
+    return k >= 0 && k < kSectionKindCount ? table[static_cast<size_t>(k)] : none;
+}
+
 }  // namespace
 
-const SaveDefault *save_default(const char *section, const char *key) {
-    for (const SaveDefault &row : kSaveDefaults) {
-        if (std::strcmp(row.section, section) == 0 && std::strcmp(row.value.key, key) == 0) return &row;
+const SaveDefault *save_default(const SectionKind &kind, const char *key) {
+    for (const SaveDefault *row : defaults_of(kind)) {
+        if (std::strcmp(row->value.key, key) == 0) return row;
     }
     return nullptr;
 }
 
 void apply_save_defaults(ConfigRecord &record, const SectionKind &kind) {
-    if (kind.file != kKorvelIni) return;
     const KeySet &keys = key_set(kind.file, kind.key_set);
     unsigned char *entry = reinterpret_cast<unsigned char *>(&record) + kind.base;
-    for (const SaveDefault &row : kSaveDefaults) {
-        if (!row.stored || std::strcmp(row.section, kind.name) != 0) continue;
-        const Field *field = field_named(keys, row.value.key);
+    for (const SaveDefault *row : defaults_of(kind)) {
+        const Field *field = row->stored ? field_named(keys, row->value.key) : nullptr;
         if (!field) continue;
         const unsigned char *where = entry + field->offset;
         bool empty = field->kind == FieldKind::Text ? where[0] == 0 : field_number(where, field->width) == 0;
-        if (empty) store(*field, entry, row.value);
+        if (empty) store(*field, entry, row->value);
     }
 }
 

@@ -20,8 +20,8 @@ struct SaveDefault {
     bool stored;  // the record takes it too; otherwise it is only written
 };
 
-// The save default of `key` in section kind `section`, or null.
-const SaveDefault *save_default(const char *section, const char *key);
+// The save default of `key` in sections of kind `kind`, or null.
+const SaveDefault *save_default(const SectionKind &kind, const char *key);
 // Stores the save defaults of section kind `kind` in `record` where it holds
 // an empty text or a 0: a save does so just before it writes that section.
 void apply_save_defaults(ConfigRecord &record, const SectionKind &kind);

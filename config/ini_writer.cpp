@@ -5,13 +5,13 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>
 #include <initializer_list>
 #include <set>
+#include <string>
 
 #include "config/codec.h"
 #include "config/defaults.h"
@@ -22,27 +22,27 @@
 
 namespace {
 
-// A file's text as it is produced: printed into memory, the first error kept.
+// A file's text as it is produced. Each line is a few pieces put one after
+// another: no format is parsed for it, which made producing a file cost as
+// much as reading it.
 struct Producing {
-    FILE *stream;
-    int error;
-};
+    std::string text;
 
-void put(Producing &out, const char *format, ...) __attribute__((format(printf, 2, 3)));
-void put(Producing &out, const char *format, ...) {
-    if (out.error) return;
-    va_list args;
-    va_start(args, format);
-    if (std::vfprintf(out.stream, format, args) < 0) out.error = errno ? errno : ENOMEM;
-    va_end(args);
-}
+    Producing &operator<<(const char *piece) { return text.append(piece), *this; }
+    Producing &operator<<(char byte) { return text.push_back(byte), *this; }
+    Producing &operator<<(unsigned number) {
+        char digits[12];
+        char *at = digits + sizeof digits;
+        do *--at = static_cast<char>('0' + number % 10); while (number /= 10);
+        return text.append(at, static_cast<size_t>(digits + sizeof digits - at)), *this;
+    }
+};
 
 // `end` is the end of the record: a text that fills its field has no
 // terminator and runs on to the next zero byte of the record, as Korvel has
 // always written it.
-void write_section(Producing &out, const char *header, const KeySet &keys, const SectionKind &kind,
-                   const unsigned char *entry, const unsigned char *end) {
-    put(out, "%s\n", header);
+void write_section(Producing &out, const KeySet &keys, const SectionKind &kind, const unsigned char *entry,
+                   const unsigned char *end) {
     for (int slot = 0; slot < keys.count; ++slot) {
         const Field &field = keys.fields[slot];
         const unsigned char *where = entry + field.offset;
@@ -51,38 +51,39 @@ void write_section(Producing &out, const char *header, const KeySet &keys, const
             const void *zero = std::memchr(where, 0, room);
             size_t length = zero ? static_cast<size_t>(static_cast<const unsigned char *>(zero) - where) : room;
             const char *text = reinterpret_cast<const char *>(where);
-            const SaveDefault *instead = length == 0 ? save_default(kind.name, field.key) : nullptr;
+            const SaveDefault *instead = length == 0 ? save_default(kind, field.key) : nullptr;
             if (instead && !instead->stored) {
                 text = instead->value.text;
                 length = std::strlen(text);
             }
-            put(out, "%s=\"%.*s\"\n", field.key, static_cast<int>(length), text);
+            out << field.key << "=\"";
+            out.text.append(text, length);
+            out << "\"\n";
         } else {
             unsigned value = field_number(where, field.width);
             if (kind.skip_zero_keys && value == 0) continue;
-            put(out, "%s=%u\n", field.key, value);
+            out << field.key << '=' << value << '\n';
         }
     }
-    put(out, "\n");
+    out << '\n';
 }
 
 // Every section of `file` from `base` (the record, or one group of it).
 int produce(IniFile file, ConfigRecord &record, const unsigned char *base, const char *name, FileText &text) {
     text = FileText{};
     std::snprintf(text.name, sizeof text.name, "%s", name);
-    Producing out = {open_memstream(&text.bytes, &text.size), 0};
-    if (!out.stream) return errno ? errno : ENOMEM;
+    Producing out;
+    out.text.reserve(16384);
     const unsigned char *end = reinterpret_cast<const unsigned char *>(&record) + sizeof record;
-    put(out, "; This is file with configuration parameters for KORVEL \n; Do not change any line !\n\n");
+    out << "; This is file with configuration parameters for KORVEL \n; Do not change any line !\n\n";
     for (int k = 0; k < kSectionKindCount; ++k) {
         const SectionKind &kind = kSectionKinds[k];
         if (kind.file != file) continue;
         apply_save_defaults(record, kind);
         const KeySet &keys = key_set(file, kind.key_set);
-        char header[kNameSize + 8];
         if (kind.slots == 1) {
-            std::snprintf(header, sizeof header, "[%s]", kind.name);
-            write_section(out, header, keys, kind, base + kind.base, end);
+            out << '[' << kind.name << "]\n";
+            write_section(out, keys, kind, base + kind.base, end);
             continue;
         }
         // Series: every entry under its own number, or, when compacted, the
@@ -91,17 +92,17 @@ int produce(IniFile file, ConfigRecord &record, const unsigned char *base, const
         for (unsigned index = 0; index < kind.entries; ++index) {
             const unsigned char *entry = base + kind.base + index * kind.entry_size;
             if (kind.compact && !entry_used(keys, entry)) continue;
-            std::snprintf(header, sizeof header, "[%s%02u]", kind.name, kind.compact ? written : index);
-            write_section(out, header, keys, kind, entry, end);
+            unsigned number = kind.compact ? written : index;
+            out << '[' << kind.name << static_cast<char>('0' + number / 10) << static_cast<char>('0' + number % 10) << "]\n";
+            write_section(out, keys, kind, entry, end);
             ++written;
         }
     }
-    if (std::fclose(out.stream) != 0 && !out.error) out.error = errno ? errno : ENOMEM;
-    if (out.error) {
-        std::free(text.bytes);
-        text = FileText{};
-    }
-    return out.error;
+    text.bytes = static_cast<char *>(std::malloc(out.text.size() + 1));
+    if (!text.bytes) return ENOMEM;
+    std::memcpy(text.bytes, out.text.c_str(), out.text.size() + 1);
+    text.size = out.text.size();
+    return 0;
 }
 
 // The trace of a file whose save failed, by the writer that writes it.
