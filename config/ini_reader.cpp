@@ -16,6 +16,9 @@ uint8_t actual_section = 255;
 int g_index = 0;
 const char *p_s = "";
 
+// The pages of INI the reader stored into since the load began.
+static bool stored_pages[kRecordPages];
+
 // The key set of the last key line; like actual_section it carries over.
 static int current_key_set = 0;
 
@@ -78,6 +81,7 @@ unsigned char *FillVar(int file, int section, int key) {
     }
     if (at + field.width > sizeof(ConfigRecord)) return nullptr;
     unsigned char *where = reinterpret_cast<unsigned char *>(&INI) + at;
+    stored_pages[at / kRecordPage] = stored_pages[(at + field.width - 1) / kRecordPage] = true;
 
     if (field.kind == FieldKind::Text) {
         set_text(reinterpret_cast<char *>(where), field.width, p_s);
@@ -264,7 +268,15 @@ int LoadINIFilesFrom(int count, FileSource source) {
 }
 
 int LoadINIFiles(int count) {
-    std::memset(&INI, 0, sizeof INI);
+    // A process's first load finds the records' memory mostly untouched and
+    // keeps it so; later loads find it in use, where memset is cheaper.
+    static bool first_load = true;
+    std::memset(stored_pages, 0, sizeof stored_pages);
+    if (first_load) {
+        clear_record_pages(INI);
+    } else {
+        std::memset(&INI, 0, sizeof INI);
+    }
     actual_section = 255;  // Korvel reads every start afresh
     UnreadableError = 0;
     int result = LoadKorvelINI();
@@ -280,6 +292,15 @@ int LoadINIFiles(int count) {
         if (result > 1) return result;
     }
     DecodeSchedules();
-    std::memcpy(&INI1, &INI, sizeof INI1);
+    if (first_load) {
+        // The schedules were decoded in their own entries.
+        const size_t schedules = offsetof(ConfigRecord, Schedule);
+        for (size_t at = schedules; at < schedules + sizeof INI.Schedule; at += kRecordPage) stored_pages[at / kRecordPage] = true;
+        stored_pages[(schedules + sizeof INI.Schedule - 1) / kRecordPage] = true;
+        copy_record_pages(INI1, INI, stored_pages);
+    } else {
+        std::memcpy(&INI1, &INI, sizeof INI1);
+    }
+    first_load = false;
     return 0;
 }

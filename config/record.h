@@ -380,6 +380,19 @@ inline void set_text(char *field, size_t width, const char *text) {
     std::memset(field + length, 0, width - length);
 }
 
-// The loaded record, and the working copy the screens edit.
+// The loaded record, and the working copy the screens edit. Each begins on
+// a page of its own.
 extern ConfigRecord INI;
 extern ConfigRecord INI1;
+
+// Clearing and copying a record a page at a time, for a process that reads
+// a few files once: a page is 4096 bytes of the record from its start. A
+// page cleared this way is given back to the system, which hands out a
+// zeroed one only when it is touched again, so memory that holds nothing
+// costs nothing. (Pages still in use are cheaper to clear with memset.)
+constexpr size_t kRecordPage = 4096;
+constexpr size_t kRecordPages = (sizeof(ConfigRecord) + kRecordPage - 1) / kRecordPage;
+void clear_record_pages(ConfigRecord &record);
+// Copies the pages of `from` that `used` marks into `to` and clears the
+// others of `to` as above: `from` must hold only zeros outside them.
+void copy_record_pages(ConfigRecord &to, const ConfigRecord &from, const bool (&used)[kRecordPages]);
