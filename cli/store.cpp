@@ -39,10 +39,14 @@ int files_for(const std::vector<std::string> &keys) {
 
 namespace {
 
-// Which file each of Korvel's file names is and when it was last written.
-std::string file_states() {
+// Which file each of the first `count` files of the reading order is, and
+// when it was last written.
+std::string file_states(int count) {
     std::string states;
     for (const char *name : kWatchedNames) {
+        IniFile file = kKorvelIni;
+        int group = 0;
+        if (parse_file_name(name, file, group) && reading_rank(file) >= count) continue;
         struct stat state;
         if (stat((std::string(ProgramDir) + name).c_str(), &state) != 0) {
             states += "-;";
@@ -84,10 +88,10 @@ int load_directory(const std::string &directory, bool lock, int files, int wait_
     // file was replaced or rewritten meanwhile, so that the files read are
     // one set, all from before or all from after it.
     for (int attempt = 0;; ++attempt) {
-        std::string before = file_states();
+        std::string before = file_states(files);
         // A missing korvel.ini is noted like an unreadable file.
         if (LoadINIFiles(files) != 0) return complain(std::string(UnreadablePath) + ": " + UnreadableReason()), kCannotLoad;
-        if (lock || file_states() == before) return kDone;
+        if (lock || file_states(files) == before) return kDone;
         if (attempt == 20) return complain(directory + ": the files keep changing while they are read"), kCannotLoad;
         usleep(10000);
     }
@@ -201,10 +205,8 @@ int save_changes(std::vector<std::string> &written, const std::vector<std::strin
 }
 
 void store_defaults() {
-    for (ConfigRecord *record : {&INI, &INI1}) {
-        FileTexts texts;
-        if (ProduceINI(*record, texts) == 0) FreeTexts(texts);
-    }
+    StoreSaveDefaults(INI);
+    StoreSaveDefaults(INI1);
 }
 
 int run_recover() {

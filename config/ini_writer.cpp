@@ -247,6 +247,11 @@ int ProduceFile(IniFile file, ConfigRecord &record, int group, FileText &text) {
     return produce(file, record, reinterpret_cast<const unsigned char *>(&record), ini_file_name(file), text);
 }
 
+void StoreSaveDefaults(ConfigRecord &record) {
+    EncodeSchedules(record);
+    for (int k = 0; k < kSectionKindCount; ++k) apply_save_defaults(record, kSectionKinds[k]);
+}
+
 void FreeTexts(FileTexts &texts) {
     for (int i = 0; i < texts.count; ++i) std::free(texts.file[i].bytes);
     texts.count = 0;

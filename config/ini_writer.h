@@ -40,6 +40,9 @@ int ProduceINI(ConfigRecord &record, FileTexts &texts);
 // group file); the same rules, for one file.
 int ProduceFile(IniFile file, ConfigRecord &record, int group, FileText &text);
 void FreeTexts(FileTexts &texts);
+// Stores in `record` what producing its texts stores (the schedules encoded,
+// the writer's defaults), producing none.
+void StoreSaveDefaults(ConfigRecord &record);
 
 // Saves the texts of `texts` whose `wanted` flag is set (every one when
 // `wanted` is null) to ProgramDir and removes the files `removed` there:
