@@ -9,7 +9,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <map>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -46,10 +45,28 @@ std::vector<int> numbers(const char *directory) {
     return found;
 }
 
+// The name /etc/passwd gives user `uid`, or its number. The file is read
+// directly, not through the name service: corvanectl is linked statically,
+// where that would load the system's own libraries at run time.
+std::string login_name(uid_t uid) {
+    std::FILE *users = std::fopen("/etc/passwd", "re");
+    char line[1024];
+    std::string name = std::to_string(uid);
+    while (users && std::fgets(line, sizeof line, users)) {
+        char *first = std::strchr(line, ':'), *second = first ? std::strchr(first + 1, ':') : nullptr;
+        char *number = second ? second + 1 : nullptr, *after = nullptr;
+        if (number && std::strtoul(number, &after, 10) == uid && after != number && *after == ':') {
+            name.assign(line, first);
+            break;
+        }
+    }
+    if (users) std::fclose(users);
+    return name;
+}
+
 // Who saves: the user, and the one who became root through sudo.
 std::string user_name() {
-    const passwd *entry = getpwuid(getuid());
-    std::string name = entry ? entry->pw_name : std::to_string(getuid());
+    std::string name = login_name(getuid());
     const char *through = std::getenv("SUDO_USER");
     if (through && *through && name != through) name += std::string(" (sudo by ") + through + ")";
     return name;
