@@ -1,6 +1,8 @@
 // corvanectl against crudini on the full-size directory, whole processes
 // side by side: reading one value, and changing one (each run writes, as
 // the value alternates; corvanectl's write is synced, crudini's is not).
+// The floor is what any process that reads the file and prints the value
+// costs: a static C program that does only that.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -46,6 +48,13 @@ void BM_CorvanectlGet(benchmark::State &state) {
     }
 }
 
+void BM_FloorGet(benchmark::State &state) {
+    const std::string file = staged_directory() + "/korvel.ini";
+    for (auto _ : state) {
+        if (!run({CORVANE_FLOOR, file, "System", "Name"})) state.SkipWithError("the floor failed");
+    }
+}
+
 void BM_CrudiniGet(benchmark::State &state) {
     const std::string file = staged_directory() + "/korvel.ini";
     for (auto _ : state) {
@@ -73,6 +82,7 @@ void BM_CrudiniSet(benchmark::State &state) {
 
 }  // namespace
 
+BENCHMARK(BM_FloorGet)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_CorvanectlGet)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_CrudiniGet)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_CorvanectlSet)->Unit(benchmark::kMillisecond);
