@@ -79,7 +79,7 @@ private:
     void describe_changes(const ConfigRecord &before);
     // The working copy as it stands before an operation, which describe_changes compares with.
     const ConfigRecord &snapshot() {
-        if (!before_) before_ = std::make_unique<ConfigRecord>();
+        if (!before_) before_.reset(new ConfigRecord);  // not zeroed: it is overwritten at once
         return *before_ = INI1;
     }
     std::unique_ptr<ConfigRecord> before_;

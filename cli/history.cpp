@@ -107,6 +107,6 @@ int load_generation(const std::string &name) {
     for (const Generation::File &file : generation.files) {
         if (file.existed && !file.unread) files.emplace_back(file.name, file.bytes);
     }
-    if (load_given(files, {}, true) == 0) return kDone;
+    if (load_given(files, {}, true) == 0) return INI1 = INI, kDone;
     return complain(name + ": " + kWatchedNames[0] + ": " + UnreadableReason()), kCannotLoad;
 }

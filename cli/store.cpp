@@ -113,10 +113,18 @@ const FileBytes *given_file(const char *name) {
 // Whether Korvel reads the same once only the texts `wanted` are written as
 // once all of them are, the files `removed` gone and the others as they are.
 bool reads_alike(const FileTexts &texts, const bool *wanted, const std::vector<std::string> &removed) {
-    // The reader reads into INI and copies it to INI1: both are ours again after.
-    static auto as_read = std::make_unique<ConfigRecord>(), working = std::make_unique<ConfigRecord>(), some = std::make_unique<ConfigRecord>();
+    // Files left as they are that already hold their texts are read the
+    // same either way: as a save wrote them, they are.
+    bool kept_as_written = true;
+    for (int i = 0; i < texts.count && kept_as_written; ++i) {
+        const FileBytes *now = wanted[i] ? nullptr : remembered_file(ProgramDir, texts.file[i].name);
+        kept_as_written = wanted[i] || (now && !unreadable(*now) && now->bytes.compare(0, std::string::npos, texts.file[i].bytes, texts.file[i].size) == 0);
+    }
+    if (kept_as_written) return true;
+    // The reader reads into INI, which is ours again after. Both copies are
+    // made whole before they are read.
+    static std::unique_ptr<ConfigRecord> as_read(new ConfigRecord), some(new ConfigRecord);
     *as_read = INI;
-    *working = INI1;
     bool alike = true;
     for (bool all : {false, true}) {
         std::vector<std::pair<std::string, std::string>> files;
@@ -127,7 +135,6 @@ bool reads_alike(const FileTexts &texts, const bool *wanted, const std::vector<s
         *some = INI;
     }
     INI = *as_read;
-    INI1 = *working;
     return alike;
 }
 

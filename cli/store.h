@@ -38,10 +38,10 @@ void store_defaults();
 // What WriteTexts' `error` means, said: `written` gets the files it
 // changed. kDone, or kRefused with the reason said.
 int saved(int error, std::vector<std::string> &written);
-// Loads the files `files` gives (name and bytes) and takes those `missing`
-// names as missing: what Korvel would read with them in place of the files
-// of ProgramDir, which give the others, or with `only` are missing too.
-// LoadINIFiles' result.
+// Loads the files `files` gives (name and bytes) into INI alone, and takes
+// those `missing` names as missing: what Korvel would read with them in
+// place of the files of ProgramDir, which give the others, or with `only`
+// are missing too. LoadINIFiles' result.
 int load_given(const std::vector<std::pair<std::string, std::string>> &files, const std::vector<std::string> &missing, bool only);
 
 // The language texts (the record's language, else English), for what

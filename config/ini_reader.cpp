@@ -260,14 +260,18 @@ int LoadGroupsINI() {
 
 int LoadINI() { return LoadINIFiles(5); }
 
+static int load_files(int count, bool working_copy);
+
+int LoadINIFiles(int count) { return load_files(count, true); }
+
 int LoadINIFilesFrom(int count, FileSource source) {
     source_of_load = source;
-    int result = LoadINIFiles(count);
+    int result = load_files(count, false);
     source_of_load = nullptr;
     return result;
 }
 
-int LoadINIFiles(int count) {
+static int load_files(int count, bool working_copy) {
     // A process's first load finds the records' memory mostly untouched and
     // keeps it so; later loads find it in use, where memset is cheaper.
     static bool first_load = true;
@@ -292,13 +296,13 @@ int LoadINIFiles(int count) {
         if (result > 1) return result;
     }
     DecodeSchedules();
-    if (first_load) {
+    if (working_copy && first_load) {
         // The schedules were decoded in their own entries.
         const size_t schedules = offsetof(ConfigRecord, Schedule);
         for (size_t at = schedules; at < schedules + sizeof INI.Schedule; at += kRecordPage) stored_pages[at / kRecordPage] = true;
         stored_pages[(schedules + sizeof INI.Schedule - 1) / kRecordPage] = true;
         copy_record_pages(INI1, INI, stored_pages);
-    } else {
+    } else if (working_copy) {
         std::memcpy(&INI1, &INI, sizeof INI1);
     }
     first_load = false;

@@ -34,8 +34,9 @@ int LoadINIFiles(int count);
 // null for the file of ProgramDir. A load takes the bytes remember_files
 // last kept of ProgramDir, and reads only the files it kept none of.
 using FileSource = const FileBytes *(*)(const char *name);
-// The same with each file taken from `source`: what Korvel would read from
-// a mix of files, or from files that are not on disk.
+// The same with each file taken from `source`, into INI alone (INI1 stays
+// as it is): what Korvel would read from a mix of files, or from files that
+// are not on disk.
 int LoadINIFilesFrom(int count, FileSource source);
 int LoadKorvelINI();
 int LoadJobsINI();
