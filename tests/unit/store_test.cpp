@@ -80,6 +80,27 @@ TEST_F(Writer, LoadingAndSavingReproducesEveryFile) {
     ASSERT_EQ(SaveINI(), 0);
     expect_files_as_before("load and save must reproduce it byte for byte");
     EXPECT_EQ(dir_.list().size(), sizeof kFullFiles / sizeof kFullFiles[0] + 1) << "the files and Corvane's own directory";
+    // corvanectl stores the save's defaults without producing the files: the same record either way.
+    static ConfigRecord stored;
+    for (bool zero : {false, true}) {
+        if (zero) std::memset(&INI, 0, sizeof INI);
+        stored = INI;
+        StoreSaveDefaults(stored);
+        FileTexts texts;
+        ASSERT_EQ(ProduceINI(INI, texts), 0);
+        FreeTexts(texts);
+        EXPECT_EQ(std::memcmp(&stored, &INI, sizeof INI), 0) << (zero ? "a record of zeros" : "the full-size directory");
+    }
+}
+
+TEST_F(Writer, ALoadParsesTheBytesTheSaveComparesWith) {
+    dir_.copy_from(kFull);
+    remember_files(ProgramDir);
+    dir_.write("korvel.ini", "[System]\nName=\"Changed meanwhile\"\n");
+    ASSERT_EQ(LoadINI(), 0);
+    EXPECT_STREQ(INI.System.Name, "Datacenter Brno") << "what was remembered is what is shown";
+    EXPECT_EQ(file_changed(ProgramDir, 0), kChangedOnDisk) << "and a save asks before it overwrites the change";
+    remember_files("");
 }
 
 // The seams of a save, and what a case makes of them.
