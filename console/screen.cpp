@@ -36,6 +36,7 @@ void print_switch(bool on, const char *on_word, const char *off_word) {
     con_puts("]");
 }
 
+static void print_row(bool available, const char *format, va_list args) __attribute__((format(printf, 2, 0)));
 static void print_row(bool available, const char *format, va_list args) {
     if (!available) print_escapeseq(SEQ_DIM);
     vfprintf(console_stream(), format, args);
