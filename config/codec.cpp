@@ -1,6 +1,5 @@
 #include "config/codec.h"
 
-#include <cstdio>
 #include <cstring>
 
 
@@ -44,7 +43,11 @@ void EncodeSchedule(const ScheduleEntry &entry, char (&text)[sizeof ScheduleEntr
     unsigned char b[9];
     schedule_bytes(entry, b);
     std::memset(text, 0, sizeof text);
-    for (int i = 0; i < 9; ++i) std::snprintf(text + 2 * i, 3, "%02X", b[i]);
+    static const char kDigits[] = "0123456789ABCDEF";
+    for (int i = 0; i < 9; ++i) {
+        text[2 * i] = kDigits[b[i] >> 4];
+        text[2 * i + 1] = kDigits[b[i] & 15];
+    }
 }
 
 void DecodeSchedules(ConfigRecord &record) {
