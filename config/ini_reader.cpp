@@ -19,6 +19,10 @@ const char *p_s = "";
 // The pages of INI the reader stored into since the load began.
 static bool stored_pages[kRecordPages];
 
+static void mark_stored(size_t at, size_t size) {
+    for (size_t page = at / kRecordPage; page <= (at + size - 1) / kRecordPage; ++page) stored_pages[page] = true;
+}
+
 // The key set of the last key line; like actual_section it carries over.
 static int current_key_set = 0;
 
@@ -81,7 +85,7 @@ unsigned char *FillVar(int file, int section, int key) {
     }
     if (at + field.width > sizeof(ConfigRecord)) return nullptr;
     unsigned char *where = reinterpret_cast<unsigned char *>(&INI) + at;
-    stored_pages[at / kRecordPage] = stored_pages[(at + field.width - 1) / kRecordPage] = true;
+    mark_stored(at, field.width);
 
     if (field.kind == FieldKind::Text) {
         set_text(reinterpret_cast<char *>(where), field.width, p_s);
@@ -297,10 +301,7 @@ static int load_files(int count, bool working_copy) {
     }
     DecodeSchedules();
     if (working_copy && first_load) {
-        // The schedules were decoded in their own entries.
-        const size_t schedules = offsetof(ConfigRecord, Schedule);
-        for (size_t at = schedules; at < schedules + sizeof INI.Schedule; at += kRecordPage) stored_pages[at / kRecordPage] = true;
-        stored_pages[(schedules + sizeof INI.Schedule - 1) / kRecordPage] = true;
+        mark_stored(offsetof(ConfigRecord, Schedule), sizeof INI.Schedule);  // decoded in their own entries
         copy_record_pages(INI1, INI, stored_pages);
     } else if (working_copy) {
         std::memcpy(&INI1, &INI, sizeof INI1);
