@@ -227,7 +227,7 @@ const KeySet kKeySetTable[kIniFiles][kKeySets] = {
 }  // namespace
 
 // Sections in the order the writers write them.
-const SectionKind kSectionKinds[] = {
+constexpr SectionKind kSectionKinds[] = {
     {kKorvelIni, "System", 0, 1, 0, AT(System), sizeof(SystemSettings), 1, false, false},
     {kKorvelIni, "Serial_", 1, 8, 1, AT(Serial), sizeof(SerialPort), 1, true, false},
     {kKorvelIni, "Network", 9, 1, 2, AT(Network), sizeof(NetworkSettings), 1, false, false},
@@ -269,22 +269,27 @@ const KeySet &key_set(int file, int set) {
 
 namespace {
 
-// The kind of every section slot, looked up once per key line while reading.
+// The kind of every section slot, looked up once per key line while reading:
+// 1 + its index in kSectionKinds, 0 for none. Worked out by the compiler, it
+// costs a process nothing to set up.
 struct SlotKinds {
-    const SectionKind *kind[kIniFiles][256] = {};
-    SlotKinds() {
-        for (const SectionKind &entry : kSectionKinds) {
-            for (int i = 0; i < entry.slots; ++i) kind[entry.file][entry.first_slot + i] = &entry;
+    uint8_t kind[kIniFiles][256] = {};
+    constexpr SlotKinds() {
+        for (size_t k = 0; k < sizeof kSectionKinds / sizeof kSectionKinds[0]; ++k) {
+            const SectionKind &entry = kSectionKinds[k];
+            for (int i = 0; i < entry.slots; ++i) kind[entry.file][entry.first_slot + i] = static_cast<uint8_t>(k + 1);
         }
     }
 };
+constexpr SlotKinds kSlotKinds;
+static_assert(sizeof kSectionKinds / sizeof kSectionKinds[0] < 255, "a slot's kind is stored in a byte");
 
 }  // namespace
 
 const SectionKind *section_kind(int file, int slot) {
-    static const SlotKinds slots;
     if (file < 0 || file >= kIniFiles || slot < 0 || slot > 255) return nullptr;
-    return slots.kind[file][slot];
+    int kind = kSlotKinds.kind[file][slot];
+    return kind ? &kSectionKinds[kind - 1] : nullptr;
 }
 
 namespace {
