@@ -15,74 +15,120 @@
 #define CORVANE_VERSION "5.3.0"
 #endif
 
+namespace {
+
+// What the command line asks for.
+struct Request {
+    std::string directory;
+    int wait_seconds = 0;
+    std::vector<std::string> keys, assignments;
+    std::string source, action, group, pattern;
+    bool dry_run = false, json = false, create = false, nul = false, completing = false;
+    int days = 100, generation = 0;
+};
+
+struct Command {
+    const char *name, *description;
+    void (*options)(CLI::App &command, Request &request);
+};
+
+const Command kCommands[] = {
+    {"get", "print values, one per line",
+     [](CLI::App &command, Request &request) {
+         command.add_option("KEY", request.keys, "[FILE:]SECTION.KEY")->required();
+         command.add_flag("--json", request.json, "as one JSON object of key and value");
+         command.add_flag("-z", request.nul, "each value followed by a NUL byte instead of a line end");
+     }},
+    {"set", "change values, checked as the editor's screens check them",
+     [](CLI::App &command, Request &request) {
+         command.add_option("KEY=VALUE", request.assignments)->required();
+         command.add_flag("--dry-run", request.dry_run, "print what would change, write nothing");
+         command.add_flag("--json", request.json, "as one JSON object: changes, entries, notes, files written");
+         command.add_flag("--create", request.create, "a key that names an entry no entry has, UPS[NAME].KEY, adds that entry");
+     }},
+    {"dump", "print every setting a save writes",
+     [](CLI::App &command, Request &request) {
+         command.add_flag("--json", request.json, "as one JSON object: file, section, key, value");
+     }},
+    {"apply", "change the settings a JSON object of the dump's shape gives",
+     [](CLI::App &command, Request &request) {
+         command.add_option("FILE", request.source, "the JSON file, or - for standard input")->required();
+         command.add_flag("--dry-run", request.dry_run, "print what would change, write nothing");
+         command.add_flag("--json", request.json, "as one JSON object: changes, entries, notes, files written");
+         command.add_flag("--create", request.create, "an entry named UPS[NAME] that no entry has is added");
+     }},
+    {"diff", "print the keys whose values differ from another Korvel directory's or a dump's",
+     [](CLI::App &command, Request &request) {
+         command.add_option("OTHER", request.source, "a Korvel directory, a JSON file of the dump's shape, - for standard input, or @N for generation N")
+             ->required();
+         command.add_flag("--json", request.json, "as a JSON list of key, here, other, secret");
+     }},
+    {"check", "report what Korvel will read differently from what the files say",
+     [](CLI::App &command, Request &request) { command.add_flag("--json", request.json, "as a JSON list"); }},
+    {"profile", "save a group's events to a profile file, or load them from one",
+     [](CLI::App &command, Request &request) {
+         command.add_option("ACTION", request.action, "save or load")->required()->check(CLI::IsMember({"save", "load"}));
+         command.add_option("GROUP", request.group, "the group: its file's number (01) or its name")->required();
+         command.add_option("FILE", request.source, "the profile file")->required();
+     }},
+    {"recover", "finish a save that was interrupted, or remove what it staged (run before Korvel starts)", [](CLI::App &, Request &) {}},
+    {"history", "list the generations the last saves kept: number, time, program, user, keys changed",
+     [](CLI::App &command, Request &request) { command.add_flag("--json", request.json, "as a JSON list"); }},
+    {"rollback", "restore the files of a generation (default: as they were before the last save)",
+     [](CLI::App &command, Request &request) {
+         command.add_option("N", request.generation, "the generation's number, as history lists it")->check(CLI::PositiveNumber);
+     }},
+    {"next", "print the coming scheduled actions",
+     [](CLI::App &command, Request &request) { command.add_option("--days", request.days, "how many days ahead (default 100)"); }},
+    {"keys", "list every key with its file, type, accepted values, default, and whether it is secret",
+     [](CLI::App &command, Request &request) {
+         command.add_option("PATTERN", request.pattern, "only the keys this shell pattern matches (UPS_NN.* or UPS_03.*)");
+         command.add_flag("--json", request.json, "as a JSON list");
+         command.add_flag("--complete", request.completing, "the names that begin with PATTERN, for shell completion")->group("");
+     }},
+};
+
+// Whether a command is among the arguments, or the help that lists every
+// command may be asked for (-h, also in a group of short flags, or --help).
+bool wanted(const char *name, int argc, char **argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], name) == 0 || std::strncmp(argv[i], "-h", 2) == 0 || std::strncmp(argv[i], "--h", 3) == 0) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
 int main(int argc, char **argv) {
     CLI::App app{"corvanectl: read, change and check the settings of a Korvel directory"};
     app.set_version_flag("--version", "corvanectl " CORVANE_VERSION);
     app.require_subcommand(1);
     app.fallthrough();  // -C and --wait after the command too
-    std::string directory;
-    app.add_option("-C", directory, "the Korvel directory (default: the one corvanectl is installed in)");
+    Request request;
+    app.add_option("-C", request.directory, "the Korvel directory (default: the one corvanectl is installed in)");
     app.add_flag("--show-secrets", show_secrets, "print passwords, their digests and SNMP communities instead of ********");
-    int wait_seconds = 0;
-    app.add_flag("--wait{-1}", wait_seconds, "wait for an editor or another corvanectl to let go of the directory (=SECONDS: at most that long)");
-
-    std::vector<std::string> keys, assignments;
-    std::string source;
-    bool dry_run = false, json = false, create = false;
-    int days = 100;
-    auto *get = app.add_subcommand("get", "print values, one per line");
-    get->add_option("KEY", keys, "[FILE:]SECTION.KEY")->required();
-    bool nul = false;
-    get->add_flag("--json", json, "as one JSON object of key and value");
-    get->add_flag("-z", nul, "each value followed by a NUL byte instead of a line end");
-    auto *set = app.add_subcommand("set", "change values, checked as the editor's screens check them");
-    set->add_option("KEY=VALUE", assignments)->required();
-    set->add_flag("--dry-run", dry_run, "print what would change, write nothing");
-    set->add_flag("--json", json, "as one JSON object: changes, entries, notes, files written");
-    set->add_flag("--create", create, "a key that names an entry no entry has, UPS[NAME].KEY, adds that entry");
-    auto *dump = app.add_subcommand("dump", "print every setting a save writes");
-    dump->add_flag("--json", json, "as one JSON object: file, section, key, value");
-    auto *apply = app.add_subcommand("apply", "change the settings a JSON object of the dump's shape gives");
-    apply->add_option("FILE", source, "the JSON file, or - for standard input")->required();
-    apply->add_flag("--dry-run", dry_run, "print what would change, write nothing");
-    apply->add_flag("--json", json, "as one JSON object: changes, entries, notes, files written");
-    apply->add_flag("--create", create, "an entry named UPS[NAME] that no entry has is added");
-    auto *diff = app.add_subcommand("diff", "print the keys whose values differ from another Korvel directory's or a dump's");
-    diff->add_option("OTHER", source, "a Korvel directory, a JSON file of the dump's shape, - for standard input, or @N for generation N")->required();
-    diff->add_flag("--json", json, "as a JSON list of key, here, other, secret");
-    auto *check = app.add_subcommand("check", "report what Korvel will read differently from what the files say");
-    check->add_flag("--json", json, "as a JSON list");
-    auto *profile = app.add_subcommand("profile", "save a group's events to a profile file, or load them from one");
-    std::string action, group;
-    profile->add_option("ACTION", action, "save or load")->required()->check(CLI::IsMember({"save", "load"}));
-    profile->add_option("GROUP", group, "the group: its file's number (01) or its name")->required();
-    profile->add_option("FILE", source, "the profile file")->required();
-    auto *recover = app.add_subcommand("recover", "finish a save that was interrupted, or remove what it staged (run before Korvel starts)");
-    auto *history = app.add_subcommand("history", "list the generations the last saves kept: number, time, program, user, keys changed");
-    history->add_flag("--json", json, "as a JSON list");
-    auto *rollback = app.add_subcommand("rollback", "restore the files of a generation (default: as they were before the last save)");
-    int generation = 0;
-    rollback->add_option("N", generation, "the generation's number, as history lists it")->check(CLI::PositiveNumber);
-    auto *next = app.add_subcommand("next", "print the coming scheduled actions");
-    next->add_option("--days", days, "how many days ahead (default 100)");
-    auto *keys_command = app.add_subcommand("keys", "list every key with its file, type, accepted values, default, and whether it is secret");
-    std::string pattern;
-    bool completing = false;
-    keys_command->add_option("PATTERN", pattern, "only the keys this shell pattern matches (UPS_NN.* or UPS_03.*)");
-    keys_command->add_flag("--json", json, "as a JSON list");
-    keys_command->add_flag("--complete", completing, "the names that begin with PATTERN, for shell completion")->group("");
+    app.add_flag("--wait{-1}", request.wait_seconds, "wait for an editor or another corvanectl to let go of the directory (=SECONDS: at most that long)");
+    // Only the commands named are built: the parser matches a command by
+    // its name alone, so the others would change nothing, and building all
+    // of them with their options costs a script's every call more than
+    // reading korvel.ini does.
+    for (const Command &command : kCommands) {
+        if (wanted(command.name, argc, argv)) command.options(*app.add_subcommand(command.name, command.description), request);
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
         if (error.get_exit_code() == 0) return app.exit(error), kDone;  // --help, --version
         return complain(std::string(error.what()) + "; see corvanectl --help"), kRefused;
     }
+    const std::string command = app.get_subcommands().front()->get_name();  // exactly one is required
 
     // The schema is the program's own: no directory is read.
-    if (keys_command->parsed()) return run_keys(pattern, json, completing);
+    if (command == "keys") return run_keys(request.pattern, request.json, request.completing);
 
     // The directory of the program itself, however it was started (through
     // PATH, a symbolic link ...), and named absolutely in every message.
+    std::string &directory = request.directory;
     char where[4096];
     ssize_t length = directory.empty() ? readlink("/proc/self/exe", where, sizeof where - 1) : -1;
     if (length > 0) {
@@ -94,25 +140,27 @@ int main(int argc, char **argv) {
     }
     if (realpath(directory.c_str(), where)) directory = where;
     // A dry run writes nothing, so it needs no lock: it works while an editor runs.
-    bool writes = ((set->parsed() || apply->parsed()) && !dry_run) || (profile->parsed() && action == "load") || recover->parsed() ||
-                  rollback->parsed();
-    if (check->parsed()) prepare_check();
+    bool writes = ((command == "set" || command == "apply") && !request.dry_run) || (command == "profile" && request.action == "load") ||
+                  command == "recover" || command == "rollback";
+    if (command == "check") prepare_check();
     // A read of korvel.ini alone needs no other file.
-    if (int status = load_directory(directory, writes, get->parsed() ? files_for(keys) : 5, wait_seconds)) return status;
+    int files = command == "get" ? files_for(request.keys) : 5;
+    if (int status = load_directory(directory, writes, files, request.wait_seconds)) return status;
     // Whatever goes wrong ends with a message and a status, never an abort.
+    const ChangeOptions changing{request.dry_run, request.json, request.create};
     try {
-        if (get->parsed()) return run_get(keys, json ? GetForm::Json : nul ? GetForm::Nul : GetForm::Lines);
-        if (set->parsed()) return run_set(assignments, {dry_run, json, create});
-        if (dump->parsed()) return run_dump(json);
-        if (diff->parsed()) return run_diff(source, json);
-        if (recover->parsed()) return run_recover();
-        if (history->parsed()) return run_history(json);
-        if (rollback->parsed()) return run_rollback(generation);
-        if (apply->parsed()) return run_apply(source, {dry_run, json, create});
-        if (check->parsed()) return run_check(json);
-        if (profile->parsed()) return run_profile(action, group, source);
-        return run_next(days);
+        if (command == "get") return run_get(request.keys, request.json ? GetForm::Json : request.nul ? GetForm::Nul : GetForm::Lines);
+        if (command == "set") return run_set(request.assignments, changing);
+        if (command == "dump") return run_dump(request.json);
+        if (command == "diff") return run_diff(request.source, request.json);
+        if (command == "recover") return run_recover();
+        if (command == "history") return run_history(request.json);
+        if (command == "rollback") return run_rollback(request.generation);
+        if (command == "apply") return run_apply(request.source, changing);
+        if (command == "check") return run_check(request.json);
+        if (command == "profile") return run_profile(request.action, request.group, request.source);
+        return run_next(request.days);
     } catch (const std::exception &error) {
-        return complain(error.what()), diff->parsed() ? kCannotLoad : kRefused;
+        return complain(error.what()), command == "diff" ? kCannotLoad : kRefused;
     }
 }
