@@ -7,7 +7,6 @@
 #include <dirent.h>
 #include <cstdio>
 #include <cstring>
-#include <iostream>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
@@ -331,6 +330,6 @@ int run_check(bool json) {
             std::printf("%s:%d: %s: %s\n", f.file.c_str(), f.line, f.error ? "error" : "warning", f.message.c_str());
         }
     }
-    if (json) std::cout << list.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+    if (json) print_json_text(list.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
     return errors ? kRefused : kDone;
 }

@@ -2,7 +2,6 @@
 // file by file and section by section, as a save writes them.
 #include <cstdio>
 #include <cstring>
-#include <iostream>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
@@ -83,14 +82,14 @@ int run_dump(bool json) {
             all[file][section][field.key] = hidden ? Json(kHidden) : as_json(field, value);
         }
     });
-    if (json) std::cout << all.dump(2) << "\n";
+    if (json) print_json_text(all.dump(2));
     return kDone;
 }
 
 void print_json(const std::vector<KeyRef> &keys) {
     Json values = Json::object();
     for (const KeyRef &key : keys) values[key.name.name] = as_json(*key.name.field, key_value(key));
-    std::cout << values.dump(2) << "\n";
+    print_json_text(values.dump(2));
 }
 
 void print_report_json(const std::vector<Reported> &lines, const std::vector<std::string> &notes, const std::vector<std::string> &written) {
@@ -106,7 +105,7 @@ void print_report_json(const std::vector<Reported> &lines, const std::vector<std
         };
         report["changes"].push_back({{"key", line.subject}, {"old", value(line.old_value)}, {"new", value(line.new_value)}, {"secret", line.secret}});
     }
-    std::cout << report.dump(2) << "\n";
+    print_json_text(report.dump(2));
 }
 
 namespace {
@@ -247,6 +246,6 @@ int run_diff(const std::string &other, bool json) {
         line('-', shown_here), line('+', shown_there);
         differences.push_back(key);
     }
-    if (json) std::cout << differences.dump(2) << "\n";
+    if (json) print_json_text(differences.dump(2));
     return differences.empty() ? kDone : kRefused;
 }

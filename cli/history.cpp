@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <iostream>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -58,7 +57,7 @@ int run_history(bool json) {
         std::printf("%d  %s  %s  %s %s\n", generation.number, when(generation.time, false).c_str(), generation.program.c_str(),
                     generation.user.c_str(), keys.empty() ? " (no key)" : keys.c_str());
     }
-    if (json) std::cout << list.dump(2) << "\n";
+    if (json) print_json_text(list.dump(2));
     return kDone;
 }
 

@@ -1,12 +1,14 @@
 // corvanectl: Korvel's settings from scripts, through the editor's own
 // reader, rules and safe save.
-#include <CLI/CLI.hpp>
 #include <climits>
 #include <cstdlib>
+#include <cstdio>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <unistd.h>
 
+#include "cli/cli11.h"
 #include "cli/commands.h"
 #include "cli/store.h"
 #include "config/files.h"
@@ -118,7 +120,13 @@ int main(int argc, char **argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
-        if (error.get_exit_code() == 0) return app.exit(error), kDone;  // --help, --version
+        if (error.get_exit_code() == 0) {  // --help, --version
+            std::ostringstream out, err;
+            app.exit(error, out, err);
+            std::fputs(out.str().c_str(), stdout);
+            std::fputs(err.str().c_str(), stderr);
+            return kDone;
+        }
         return complain(std::string(error.what()) + "; see corvanectl --help"), kRefused;
     }
     const std::string command = app.get_subcommands().front()->get_name();  // exactly one is required

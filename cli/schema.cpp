@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstring>
 #include <fnmatch.h>
-#include <iostream>
 #include <nlohmann/json.hpp>
 
 #include "cli/commands.h"
@@ -90,6 +89,6 @@ int run_keys(const std::string &pattern, bool json, bool completing) {
             list.push_back(row);
         }
     }
-    if (json) std::cout << list.dump(2) << "\n";
+    if (json) print_json_text(list.dump(2));
     return kDone;
 }

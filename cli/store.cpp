@@ -24,6 +24,11 @@
 
 void complain(const std::string &message) { std::fprintf(stderr, "corvanectl: %s\n", message.c_str()); }
 
+void print_json_text(const std::string &text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fputc('\n', stdout);
+}
+
 int files_for(const std::vector<std::string> &keys) {
     int count = 1;
     for (const std::string &key : keys) {

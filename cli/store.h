@@ -11,6 +11,8 @@ enum Status { kDone = 0, kRefused = 1, kCannotLoad = 2, kLocked = 3 };
 
 // Prints "corvanectl: <message>" on standard error.
 void complain(const std::string &message);
+// Prints a JSON text and a line end on standard output.
+void print_json_text(const std::string &text);
 
 // Loads every file of `directory` into the committed record INI and the
 // working copy INI1, which the commands change. kDone, or kCannotLoad with the reason said. With `lock`, the
