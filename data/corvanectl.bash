@@ -4,15 +4,15 @@ _corvanectl() {
     local line=${COMP_LINE:0:COMP_POINT}
     local cur=${line##*[[:space:]]} command= word
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-        case $word in get|set|dump|apply|check|profile|next|keys) command=$word; break ;; esac
+        case $word in get|set|dump|apply|diff|check|profile|recover|history|rollback|next|keys) command=$word; break ;; esac
     done
     local IFS=$'\n' options=
     case $command in
-        '') options=$'get\nset\ndump\napply\ncheck\nprofile\nnext\nkeys\n-C\n--wait\n--show-secrets\n--help\n--version' ;;
+        '') options=$'get\nset\ndump\napply\ndiff\ncheck\nprofile\nrecover\nhistory\nrollback\nnext\nkeys\n-C\n--wait\n--show-secrets\n--help\n--version' ;;
         get) options=$'--json\n-z' ;;
         set) options=$'--dry-run\n--json\n--create' ;;
         apply) options=$'--dry-run\n--json\n--create' ;;
-        dump|check|keys) options=$'--json' ;;
+        dump|diff|check|history|keys) options=$'--json' ;;
         next) options=$'--days' ;;
         profile) options=$'save\nload' ;;
     esac
