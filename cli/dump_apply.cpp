@@ -5,6 +5,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
+#include <utility>
 
 #include "cli/commands.h"
 #include "cli/keys.h"
@@ -125,14 +126,17 @@ std::string state_of(const std::string &where, const Json &object, bool &absent)
 std::string read_dump(const std::string &source, std::vector<std::pair<std::string, Json>> &values, std::vector<std::string> *deleted = nullptr) {
     // The whole text first: a directory or a FIFO is refused before any parsing.
     std::string text;
-    int error = 0;
-    std::FILE *file = source == "-" ? stdin : open_regular(source.c_str(), &error);
-    if (!file) return source + ": " + (error == kNotRegular ? "not a regular file" : std::strerror(error));
-    char block[65536];
-    for (size_t got; (got = std::fread(block, 1, sizeof block, file)) > 0;) text.append(block, got);
-    bool failed = std::ferror(file);
-    if (file != stdin) std::fclose(file);
-    if (failed) return source + ": cannot be read";
+    if (source == "-") {
+        char block[65536];
+        for (size_t got; (got = std::fread(block, 1, sizeof block, stdin)) > 0;) text.append(block, got);
+        if (std::ferror(stdin)) return source + ": cannot be read";
+    } else {
+        FileBytes file = read_file_bytes(source.c_str());
+        int why = unreadable(file);
+        if (why && file.regular) return source + ": cannot be read";
+        if (why) return source + ": " + (why == kNotRegular ? "not a regular file" : std::strerror(why));
+        text = std::move(file.bytes);
+    }
     Json all;
     try {
         all = Json::parse(text);

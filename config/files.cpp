@@ -65,29 +65,6 @@ FileBytes read_file_bytes(const char *path) {
     return file;
 }
 
-FILE *open_regular(const char *path, int *error) {
-    int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    struct stat state;
-    if (descriptor < 0 || fstat(descriptor, &state) != 0) {
-        *error = errno;
-        if (descriptor >= 0) close(descriptor);
-        return nullptr;
-    }
-    if (!S_ISREG(state.st_mode)) {
-        close(descriptor);
-        *error = S_ISDIR(state.st_mode) ? EISDIR : kNotRegular;
-        return nullptr;
-    }
-    // Reads from a regular file never wait; blocking reads again all the same.
-    fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
-    FILE *file = fdopen(descriptor, "r");
-    if (!file) {
-        *error = errno;
-        close(descriptor);
-    }
-    return file;
-}
-
 int unreadable(const FileBytes &file) {
     if (!file.existed) return ENOENT;
     if (file.error) return file.error;

@@ -22,13 +22,10 @@ bool set_program_dir(const char *directory);
 // the path has none), into `out`. False when it does not fit in `size`.
 bool getprgdir(const char *path, char *out, size_t size);
 
-// Opens `path` for reading when it is a regular file, never waiting on a
-// FIFO or a device. Null when it is not: *error is then ENOENT when there is
-// no such file, EISDIR for a directory, kNotRegular for a FIFO, device or
-// socket, or the error number of the open.
+// Why a file could not be taken, beside the error numbers: it is a FIFO, a
+// device or a socket; a language file has no section of this program.
 constexpr int kNotRegular = -1;
-constexpr int kNoSection = -2;  // a language file without this program's section
-FILE *open_regular(const char *path, int *error);
+constexpr int kNoSection = -2;
 
 // A file read whole. Every reader parses such bytes, so that a file is read
 // once: what a start parsed is what a save later compares the disk with.
@@ -43,8 +40,9 @@ struct FileBytes {
 };
 // Reads `path` whole, never waiting on a FIFO or a device.
 FileBytes read_file_bytes(const char *path);
-// Why a reader cannot take `file`: 0 when it was read; else ENOENT, EISDIR,
-// kNotRegular or the error number, as open_regular says it.
+// Why a reader cannot take `file`: 0 when it was read; else ENOENT when
+// there is no such file, EISDIR for a directory, kNotRegular, or the error
+// number of opening or reading it.
 int unreadable(const FileBytes &file);
 // Every read of a file's bytes: tests swap it to make reads fail.
 extern ssize_t (*FileRead)(int descriptor, void *bytes, size_t size);
